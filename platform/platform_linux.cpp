@@ -1,0 +1,105 @@
+// Linux implementation of the operating-system seam: /proc for processes, libplist for Info.plist,
+// the locale variables for the language, /proc/self/exe for the bundle.
+#include "platform/platform.h"
+
+#include <plist/plist.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <system_error>
+
+namespace velko::platform {
+namespace {
+
+constexpr size_t kShortNameLimit = 32;
+constexpr size_t kPropertyStringLimit = 127;
+
+std::optional<std::string> nonEmptyEnv(const char* name) {
+  const char* value = std::getenv(name);
+  if (value == nullptr || *value == '\0') return std::nullopt;
+  return std::string(value);
+}
+
+}  // namespace
+
+std::vector<int> listProcessIds() {
+  std::vector<int> pids;
+  std::error_code ec;
+  for (std::filesystem::directory_iterator it("/proc", ec), end; !ec && it != end; it.increment(ec)) {
+    const std::string name = it->path().filename().string();
+    if (name.empty() || name.find_first_not_of("0123456789") != std::string::npos) continue;
+    pids.push_back(std::atoi(name.c_str()));
+  }
+  return pids;
+}
+
+std::optional<std::string> processShortName(int pid) {
+  const std::filesystem::path proc = "/proc/" + std::to_string(pid);
+  // /proc/<pid>/comm is cut at 15 bytes, too short for "Adobe Photoshop 2025"; the executable's
+  // file name is what the process table shows on the Mac. argv[0] serves for processes whose
+  // executable link we may not read.
+  std::error_code ec;
+  std::string name = std::filesystem::read_symlink(proc / "exe", ec).filename().string();
+  if (ec || name.empty()) {
+    std::ifstream cmdline(proc / "cmdline", std::ios::binary);
+    std::string argv0;
+    if (!cmdline || !std::getline(cmdline, argv0, '\0') || argv0.empty()) return std::nullopt;
+    name = std::filesystem::path(argv0).filename().string();
+    if (name.empty()) return std::nullopt;
+  }
+  if (name.size() > kShortNameLimit) name.resize(kShortNameLimit);
+  return name;
+}
+
+std::optional<std::string> propertyListString(std::string_view bytes, const std::string& key) {
+  if (bytes.empty() || bytes.size() > UINT32_MAX) return std::nullopt;
+  plist_t root = nullptr;
+  plist_from_memory(bytes.data(), static_cast<uint32_t>(bytes.size()), &root);
+  if (root == nullptr) return std::nullopt;
+  std::optional<std::string> result;
+  if (plist_get_node_type(root) == PLIST_DICT) {
+    plist_t node = plist_dict_get_item(root, key.c_str());
+    if (node != nullptr && plist_get_node_type(node) == PLIST_STRING) {
+      uint64_t length = 0;
+      const char* text = plist_get_string_ptr(node, &length);
+      if (text != nullptr && length <= kPropertyStringLimit) result.emplace(text, length);
+    }
+  }
+  plist_free(root);
+  return result;
+}
+
+std::optional<std::string> preferredLanguage() {
+  // LANGUAGE is a colon-separated list of preferences; the others hold one locale each.
+  if (auto list = nonEmptyEnv("LANGUAGE")) {
+    const std::string first = list->substr(0, list->find(':'));
+    if (!first.empty()) return first;
+  }
+  for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+    if (auto value = nonEmptyEnv(name)) return value;
+  }
+  return std::nullopt;
+}
+
+std::filesystem::path bundlePath() {
+  std::error_code ec;
+  const std::filesystem::path exe = std::filesystem::read_symlink("/proc/self/exe", ec);
+  if (ec || exe.empty()) return {};
+  const std::filesystem::path folder = exe.parent_path();
+  const std::filesystem::path contents = folder.parent_path();
+  const std::filesystem::path app = contents.parent_path();
+  if (folder.filename() == "MacOS" && contents.filename() == "Contents" &&
+      app.extension() == ".app") {
+    return app;
+  }
+  return folder;
+}
+
+std::filesystem::path resourcePath() {
+  const std::filesystem::path bundle = bundlePath();
+  if (bundle.empty()) return {};
+  return bundle / "Contents" / "Resources";
+}
+
+}  // namespace velko::platform
