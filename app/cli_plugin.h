@@ -1,0 +1,27 @@
+// The command line's plug-in road: "status", "install" and "uninstall".
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "app/command_line.h"
+#include "installer/plugin_package.h"
+
+namespace velko::app {
+
+// Exit codes of a command-line run.
+enum ExitCode : int {
+  kExitOk = 0,
+  kExitFailed = 1,
+  kExitNoPackage = 2,
+  kExitPhotoshopRunning = 3,
+  kExitUnknownWord = 64,
+};
+
+// Runs the `--cli` word of `line` against `package`, writes its lines to stdout and its failures to
+// stderr, and returns the exit code: 2 without a package, 64 for an unknown word, 3 when Photoshop
+// runs and the action may not go on, 1 when the action failed.
+int runPluginCommand(const CommandLine& line,
+                     const std::optional<velko::installer::PluginPackage>& package);
+
+}  // namespace velko::app

@@ -1,0 +1,10 @@
+// Process-wide values that main writes once, before either front end starts, and others only read.
+#pragma once
+
+namespace velko::app {
+
+extern bool gEnglish;      // language of the window and the command line's two refusals
+extern bool gOpenModels;   // --models: open the window on its models screen
+extern double gShotDelay;  // --shot-delay: seconds before the models screen's picture
+
+}  // namespace velko::app

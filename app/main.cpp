@@ -1,0 +1,41 @@
+// The installer's single entry: reads the command line, settles the language, finds the plug-in
+// package and runs one command-line action or hands over to the window.
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "app/cli_plugin.h"
+#include "app/command_line.h"
+#include "app/globals.h"
+#include "app/language.h"
+#include "installer/plugin_package.h"
+#include "platform/platform.h"
+
+namespace {
+
+// This build has no window yet; say so instead of pretending that one opened.
+int startWindow() {
+  std::fprintf(stderr,
+               "velko-installer: this build has no window; use --cli status, --cli install or "
+               "--cli uninstall\n");
+  return velko::app::kExitFailed;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  using namespace velko::app;
+  const CommandLine line = parseCommandLine(std::vector<std::string>(argv + 1, argv + argc));
+  gOpenModels = line.openModels;
+  gShotDelay = line.shotDelay;
+  gEnglish = chooseEnglish(velko::platform::preferredLanguage(), line.lang);
+  applyMessageLanguage(gEnglish);
+
+  // A --plugin folder is taken as it is, with no fallback to the search beside the application.
+  const std::optional<velko::installer::PluginPackage> package =
+      line.plugin.empty() ? velko::installer::findPluginPackage(velko::platform::bundlePath())
+                          : velko::installer::readPluginPackage(line.plugin);
+  if (!line.cli.empty()) return runPluginCommand(line, package);
+  return startWindow();
+}
