@@ -1,5 +1,6 @@
-// The seam to the operating system: every system call of the installer goes through these functions.
-// Each platform has one source file that implements them (platform_linux.cpp, platform_macos.mm).
+// The seam to the operating system: every system call of the installer goes through these
+// functions. Each platform has one source file that implements them (platform_linux.cpp,
+// platform_macos.mm).
 #pragma once
 
 #include <filesystem>
@@ -34,5 +35,11 @@ std::filesystem::path bundlePath();
 
 // The bundle's resources folder, `<bundle>/Contents/Resources`. Empty when the bundle path is.
 std::filesystem::path resourcePath();
+
+// Creates `file` with access for its owner alone (mode 0600 from the first instant, so no other
+// user can open it before the contents arrive), writes `contents` and flushes it to disk.
+// An existing file or link is never replaced. Empty on success, else the system's reason; a
+// partly written file is removed.
+std::string writeNewPrivateFile(const std::filesystem::path& file, std::string_view contents);
 
 }  // namespace velko::platform

@@ -2,9 +2,14 @@
 // the locale variables for the language, /proc/self/exe for the bundle.
 #include "platform/platform.h"
 
+#include <fcntl.h>
 #include <plist/plist.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <system_error>
@@ -26,7 +31,8 @@ std::optional<std::string> nonEmptyEnv(const char* name) {
 std::vector<int> listProcessIds() {
   std::vector<int> pids;
   std::error_code ec;
-  for (std::filesystem::directory_iterator it("/proc", ec), end; !ec && it != end; it.increment(ec)) {
+  for (std::filesystem::directory_iterator it("/proc", ec), end; !ec && it != end;
+       it.increment(ec)) {
     const std::string name = it->path().filename().string();
     if (name.empty() || name.find_first_not_of("0123456789") != std::string::npos) continue;
     pids.push_back(std::atoi(name.c_str()));
@@ -100,6 +106,39 @@ std::filesystem::path resourcePath() {
   const std::filesystem::path bundle = bundlePath();
   if (bundle.empty()) return {};
   return bundle / "Contents" / "Resources";
+}
+
+std::string writeNewPrivateFile(const std::filesystem::path& file, std::string_view contents) {
+  // O_EXCL with O_NOFOLLOW: neither an existing file nor a planted link is written through.
+  const int fd = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+  if (fd < 0) return std::strerror(errno);
+  // The umask can only take bits away; this makes the mode exactly 0600 whatever it was.
+  int error = ::fchmod(fd, 0600) == 0 ? 0 : errno;
+  for (size_t written = 0; error == 0 && written < contents.size();) {
+    const ssize_t n = ::write(fd, contents.data() + written, contents.size() - written);
+    if (n > 0) {
+      written += static_cast<size_t>(n);
+    } else if (n == 0) {
+      error = EIO;
+    } else if (errno != EINTR) {
+      error = errno;
+    }
+  }
+  if (error == 0 && ::fsync(fd) != 0) error = errno;
+  if (::close(fd) != 0 && error == 0) error = errno;
+  if (error != 0) {
+    ::unlink(file.c_str());
+    return std::strerror(error);
+  }
+  // The new name must survive a crash as well, or the key is lost after the caller has
+  // announced its public half.
+  const std::filesystem::path parent = file.parent_path().empty() ? "." : file.parent_path();
+  const int dir = ::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (dir >= 0) {
+    ::fsync(dir);
+    ::close(dir);
+  }
+  return std::string();
 }
 
 }  // namespace velko::platform
