@@ -1,0 +1,96 @@
+// PS.json belongs to Photoshop: read it with suspicion, copy it before any change, replace it whole.
+#include "plugin_export/registry_file.h"
+
+#include <fstream>
+#include <iterator>
+#include <system_error>
+
+#include "plugin_export/disk_basics.h"
+#include "plugin_export/localize.h"
+
+namespace velko::plugin_export {
+namespace fs = std::filesystem;
+using nlohmann::json;
+
+std::optional<std::string> loadRegistry(const fs::path& uxpBaseDir, LoadedRegistry& registry) {
+  const fs::path folder = uxpBaseDir / "PluginsInfo" / "v1";
+  if (!ensureDirectory(folder)) {
+    return L("Konnte PluginsInfo/v1 nicht anlegen: ", "Could not create PluginsInfo/v1: ") +
+           folder.string();
+  }
+  registry.registryPath = folder / "PS.json";
+
+  std::error_code ec;
+  const fs::file_type type = fs::status(registry.registryPath, ec).type();
+  if (type == fs::file_type::none || type == fs::file_type::not_found) {
+    registry.root = json::object({{"plugins", json::array()}});
+    return std::nullopt;
+  }
+
+  std::string text;
+  {
+    std::ifstream in(registry.registryPath, std::ios::binary);
+    if (!in) {
+      return L("Konnte PS.json nicht lesen: ", "Could not read PS.json: ") +
+             registry.registryPath.string();
+    }
+    text.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  }
+
+  try {
+    registry.root = json::parse(text, nullptr, true, false);
+  } catch (const json::exception& e) {
+    return L("PS.json ist kein gültiges JSON: ", "PS.json is not valid JSON: ") + e.what();
+  }
+  const json& root = registry.root;
+  if (!root.is_object() || !root.contains("plugins") || !root.at("plugins").is_array()) {
+    return L("PS.json hat nicht das erwartete Format ('plugins'-Array fehlt)",
+             "PS.json does not have the expected format ('plugins' array missing)");
+  }
+
+  // A copy per load, before anything can change: the user can always go back to the file as it
+  // was. Files we refused above are left alone and get no copy.
+  registry.backupPath = registry.registryPath;
+  registry.backupPath += ".bak-velko-" + millisSinceEpoch();
+  fs::copy_file(registry.registryPath, registry.backupPath, fs::copy_options::overwrite_existing,
+                ec);
+  if (ec) {
+    return L("Konnte PS.json nicht sichern (Backup): ", "Could not back up PS.json: ") +
+           registry.backupPath.string();
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> writeFileAtomic(const fs::path& path, const std::string& contents) {
+  // Same folder as the target, so the rename stays on one file system and is atomic.
+  fs::path temp = path;
+  temp += ".tmp-velko-" + millisSinceEpoch();
+  {
+    std::ofstream out(temp, std::ios::binary | std::ios::trunc);
+    if (!out) {
+      return L("Konnte Temp-Datei nicht anlegen: ", "Could not create temp file: ") + temp.string();
+    }
+    out.write(contents.data(), static_cast<std::streamsize>(contents.size()));
+    if (!out.good()) return L("Schreibfehler: ", "Write error: ") + temp.string();
+    // No fsync: the aim is an atomic name, not durability against a power cut.
+  }
+  std::error_code ec;
+  fs::rename(temp, path, ec);
+  if (ec) {
+    fs::remove(temp, ec);
+    return L("Konnte Datei nicht atomar ersetzen: ", "Could not replace file atomically: ") +
+           path.string();
+  }
+  return std::nullopt;
+}
+
+std::string registryText(const json& root) {
+  return root.dump(2, ' ', false, json::error_handler_t::strict) + "\n";
+}
+
+std::optional<std::string> writeRegistry(LoadedRegistry& registry, json plugins) {
+  registry.root["plugins"] = std::move(plugins);
+  return writeFileAtomic(registry.registryPath, registryText(registry.root));
+}
+
+}  // namespace velko::plugin_export
