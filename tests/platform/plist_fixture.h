@@ -1,0 +1,17 @@
+// Property list files for tests: XML written by hand, binary made from it with libplist.
+#pragma once
+
+#include <string>
+
+namespace velko::test {
+
+// A complete XML property list whose root element is `root`, e.g. "<dict>...</dict>".
+std::string xmlPlist(const std::string& root);
+
+// The binary form of the XML property list `xml`. Aborts the test run if `xml` does not parse.
+std::string binaryPlist(const std::string& xml);
+
+// The root element of an Info.plist that names `version` as CFBundleShortVersionString.
+std::string versionDict(const std::string& version);
+
+}  // namespace velko::test

@@ -1,0 +1,10 @@
+// Helper for the bundle path tests: prints the bundle and resources folders of wherever it lies.
+#include <cstdio>
+
+#include "platform/platform.h"
+
+int main() {
+  std::printf("%s\n%s\n", velko::platform::bundlePath().c_str(),
+              velko::platform::resourcePath().c_str());
+  return 0;
+}
