@@ -18,15 +18,12 @@ std::string sharedFile(const std::string& fileName) {
 }  // namespace
 
 std::vector<unsigned char> fromHex(std::string_view hex) {
-  std::vector<unsigned char> out;
   EXPECT_EQ(hex.size() % 2, 0u) << hex;
+  EXPECT_EQ(hex.find_first_not_of("0123456789abcdefABCDEF"), std::string_view::npos) << hex;
+  std::vector<unsigned char> out;
   for (size_t i = 0; i + 1 < hex.size(); i += 2) {
-    unsigned value = 0;
-    const std::string pair(hex.substr(i, 2));
-    size_t used = 0;
-    value = std::stoul(pair, &used, 16);
-    EXPECT_EQ(used, 2u) << "not hex: " << pair;
-    out.push_back(static_cast<unsigned char>(value));
+    out.push_back(
+        static_cast<unsigned char>(std::stoul(std::string(hex.substr(i, 2)), nullptr, 16)));
   }
   return out;
 }
