@@ -6,8 +6,6 @@
 
 namespace velko::models {
 
-void sha256BlocksShaNi(uint32_t state[8], const unsigned char* data, size_t blockCount);
-
 namespace {
 
 bool cpuHasShaExtensions() {
