@@ -5,7 +5,6 @@
 #include "models/sha256_blocks.h"
 
 namespace velko::models {
-
 namespace {
 
 bool cpuHasShaExtensions() {
