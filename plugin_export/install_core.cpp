@@ -29,10 +29,11 @@ bool isBlank(const std::string& text) {
 }  // namespace
 
 std::string photoshopRunningWarning() {
-  return L("Photoshop läuft — Plugin erscheint nach einem Neustart von Photoshop; die Registry "
-           "wird von Photoshop beim Beenden ggf. überschrieben, dann Installation wiederholen.",
-           "Photoshop is running — the plugin appears after Photoshop is restarted; Photoshop may "
-           "overwrite the registry on quit, in that case install again.");
+  return L(
+      "Photoshop läuft — Plugin erscheint nach einem Neustart von Photoshop; die Registry "
+      "wird von Photoshop beim Beenden ggf. überschrieben, dann Installation wiederholen.",
+      "Photoshop is running — the plugin appears after Photoshop is restarted; Photoshop may "
+      "overwrite the registry on quit, in that case install again.");
 }
 
 InstallResult installCore(const ManifestInfo& manifest, const fs::path& manifestFile,
@@ -45,8 +46,9 @@ InstallResult installCore(const ManifestInfo& manifest, const fs::path& manifest
 
   const fs::path externalDir = base / "Plugins" / "External";
   if (!ensureDirectory(externalDir)) {
-    result.error = L("Konnte Plugins/External nicht anlegen: ", "Could not create Plugins/External: ") +
-                   externalDir.string();
+    result.error =
+        L("Konnte Plugins/External nicht anlegen: ", "Could not create Plugins/External: ") +
+        externalDir.string();
     return result;
   }
   const std::string folderName = versionFolderName(manifest);
@@ -80,8 +82,8 @@ InstallResult installCore(const ManifestInfo& manifest, const fs::path& manifest
   // The target appears with its manifest already inside, so a kill during the copy leaves a folder
   // that the next install recognises and replaces instead of refusing it as foreign.
   if (!createFolderWithMarker(target, manifestFile)) {
-    result.error =
-        L("Konnte Plugin-Ordner nicht anlegen: ", "Could not create plugin folder: ") + target.string();
+    result.error = L("Konnte Plugin-Ordner nicht anlegen: ", "Could not create plugin folder: ") +
+                   target.string();
     return result;
   }
   if (auto failure = copyFiles(target)) {
@@ -124,7 +126,8 @@ InstallResult installCore(const ManifestInfo& manifest, const fs::path& manifest
     }
   }
   // Also catches version folders no entry named, and leftovers of interrupted runs.
-  for (auto& name : removeSiblingVersionFolders(externalDir, manifest.id, folderName, result.warnings)) {
+  for (auto& name :
+       removeSiblingVersionFolders(externalDir, manifest.id, folderName, result.warnings)) {
     result.removedFolders.push_back(std::move(name));
   }
   if (!found) plugins.push_back(entry);

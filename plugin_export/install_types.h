@@ -19,22 +19,22 @@ struct InstallOptions {
 };
 
 struct InstallResult {
-  bool ok = false;                   // folder in place and registry written
-  std::string error;                 // failure message in the current language; empty if ok
-  std::string pluginFolder;          // target folder, set as soon as known
-  std::string registryPath;          // full path of PS.json, set once the registry was loaded
-  std::string backupPath;            // backup made by that load; empty when there was no file
-  bool replacedExisting = false;     // a folder of the same id and version was written again
+  bool ok = false;                // folder in place and registry written
+  std::string error;              // failure message in the current language; empty if ok
+  std::string pluginFolder;       // target folder, set as soon as known
+  std::string registryPath;       // full path of PS.json, set once the registry was loaded
+  std::string backupPath;         // backup made by that load; empty when there was no file
+  bool replacedExisting = false;  // a folder of the same id and version was written again
   std::vector<std::string> removedFolders;  // names of deleted older folders, in deletion order
   std::vector<std::string> warnings;        // non-fatal findings in the current language
 };
 
 struct UninstallResult {
-  bool ok = false;           // ended as intended, also when there was nothing to remove
-  std::string error;         // failure message; empty if ok
-  std::string registryPath;  // as in InstallResult
-  std::string backupPath;    // as in InstallResult
-  bool removed = false;      // a registry entry or a version folder was removed
+  bool ok = false;                    // ended as intended, also when there was nothing to remove
+  std::string error;                  // failure message; empty if ok
+  std::string registryPath;           // as in InstallResult
+  std::string backupPath;             // as in InstallResult
+  bool removed = false;               // a registry entry or a version folder was removed
   std::vector<std::string> warnings;  // non-fatal findings
 };
 

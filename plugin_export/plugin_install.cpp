@@ -23,16 +23,15 @@ InstallResult installIntoPhotoshop(const fs::path& sourceFolder, const InstallOp
   const auto manifest = readManifestFromFile(manifestFile);
   if (!manifest) {
     InstallResult result;
-    result.error = L("manifest.json konnte nicht gelesen werden: ",
-                     "manifest.json could not be read: ") +
-                   manifestFile.string();
+    result.error =
+        L("manifest.json konnte nicht gelesen werden: ", "manifest.json could not be read: ") +
+        manifestFile.string();
     return result;
   }
-  return installCore(*manifest, manifestFile,
-                     [&sourceFolder](const fs::path& target) {
-                       return copyPluginFiles(sourceFolder, target);
-                     },
-                     options);
+  return installCore(
+      *manifest, manifestFile,
+      [&sourceFolder](const fs::path& target) { return copyPluginFiles(sourceFolder, target); },
+      options);
 }
 
 }  // namespace velko::plugin_export

@@ -39,10 +39,11 @@ UninstallResult uninstallFromPhotoshop(const std::string& pluginId, const Instal
       continue;
     }
     found = true;  // the entry goes, whether or not its folder can be deleted
-    const auto name = entryFolderName(element,
-                                      L("Registrierungseintrag mit unerwartetem Pfad übersprungen: ",
-                                        "Skipped registry entry with unexpected path: "),
-                                      result.warnings);
+    const auto name =
+        entryFolderName(element,
+                        L("Registrierungseintrag mit unerwartetem Pfad übersprungen: ",
+                          "Skipped registry entry with unexpected path: "),
+                        result.warnings);
     if (!name) continue;
     const fs::path folder = externalDir / *name;
     if (removeMarkedFolder(folder, pluginId) == FolderRemoval::Failed) {
@@ -56,7 +57,8 @@ UninstallResult uninstallFromPhotoshop(const std::string& pluginId, const Instal
   bool removedFolder = false;
   if (fs::is_directory(externalDir, ec)) {
     // No folder is named "", so every marked version folder of the id goes.
-    removedFolder = !removeSiblingVersionFolders(externalDir, pluginId, "", result.warnings).empty();
+    removedFolder =
+        !removeSiblingVersionFolders(externalDir, pluginId, "", result.warnings).empty();
   }
   if (!found) {
     // Nothing registered: PS.json stays as it is, and a running Photoshop is no concern.

@@ -1,4 +1,5 @@
-// PS.json belongs to Photoshop: read it with suspicion, copy it before any change, replace it whole.
+// PS.json belongs to Photoshop: read it with suspicion, copy it before any change, replace it
+// whole.
 #include "plugin_export/registry_file.h"
 
 #include <fstream>
