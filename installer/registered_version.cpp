@@ -14,8 +14,7 @@ std::optional<std::string> installedVersion(const std::string& pluginId,
                                             const std::filesystem::path& uxpBaseDir) {
   // Read directly rather than through the plug-in layer's registry loader: a look at the status
   // must create no folders and leave no backup behind.
-  const std::filesystem::path base =
-      uxpBaseDir.empty() ? plugin_export::defaultUxpBaseDir() : uxpBaseDir;
+  const std::filesystem::path base = plugin_export::uxpBaseDirOrDefault(uxpBaseDir);
   const std::optional<std::string> text = readTextFile(base / "PluginsInfo" / "v1" / "PS.json");
   if (!text) return std::nullopt;
   try {

@@ -40,7 +40,7 @@ InstallResult installCore(const ManifestInfo& manifest, const fs::path& manifest
                           const CopyFiles& copyFiles, const InstallOptions& options) {
   InstallResult result;
   InstallOptions opts = options;
-  const fs::path base = opts.uxpBaseDir.empty() ? defaultUxpBaseDir() : fs::path(opts.uxpBaseDir);
+  const fs::path base = uxpBaseDirOrDefault(opts.uxpBaseDir);
   // Only the emptiness test trims; a value with blanks around it is written as given.
   if (isBlank(opts.hostMinVersion)) opts.hostMinVersion = "24.2.0";
 

@@ -18,8 +18,7 @@ using nlohmann::json;
 
 UninstallResult uninstallFromPhotoshop(const std::string& pluginId, const InstallOptions& options) {
   UninstallResult result;
-  const fs::path base =
-      options.uxpBaseDir.empty() ? defaultUxpBaseDir() : fs::path(options.uxpBaseDir);
+  const fs::path base = uxpBaseDirOrDefault(options.uxpBaseDir);
   const fs::path externalDir = base / "Plugins" / "External";
 
   // Loaded first: a registry we cannot read stops the uninstall before any folder is touched.

@@ -18,6 +18,10 @@ fs::path defaultUxpBaseDir() {
   return base / "Library" / "Application Support" / "Adobe" / "UXP";
 }
 
+fs::path uxpBaseDirOrDefault(const fs::path& uxpBaseDir) {
+  return uxpBaseDir.empty() ? defaultUxpBaseDir() : uxpBaseDir;
+}
+
 bool isPhotoshopRunning() {
   for (const int pid : platform::listProcessIds()) {
     if (pid == 0) continue;

@@ -10,6 +10,9 @@ namespace velko::plugin_export {
 // Cannot fail and creates nothing.
 std::filesystem::path defaultUxpBaseDir();
 
+// `uxpBaseDir` when it is not empty, else defaultUxpBaseDir(): how every operation reads the option.
+std::filesystem::path uxpBaseDirOrDefault(const std::filesystem::path& uxpBaseDir);
+
 // True when any process the caller may inspect has "Photoshop" (case-sensitive) in its short name.
 // A snapshot; false on every failure to read the process table.
 bool isPhotoshopRunning();
