@@ -1,210 +1,175 @@
-// Whole-list behaviour of the model list check: signature first, the cut of the signature text,
-// the four refusals in both languages, `format` conversion, and the directory of the list address.
+// The model list check on lists signed with a fixed test key, whole lists and entry by entry.
+#include "models/model_list.h"
+
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <cctype>
-#include <functional>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "core/message_language.h"
-#include "models/model_list.h"
-#include "tests/models/list_signing.h"
+#include "tools/model_tool/ed25519_keys.h"
 
 namespace velko::models {
 namespace {
 
-using test::signatureFor;
-using test::testPublicKey;
-using test::verifySigned;
+using json = nlohmann::json;
 
-const std::string kEntry =
-    R"({"id":"depth","kind":"coreml","package":"depth.mlmodelc","file":"depth.zip","size":10,)"
-    R"("sha256":"0123456789abcdef0123456789abcdef0123456789abcdef0123456789abcdef"})";
-const std::string kList = R"({"format":1,"issued":"2001-01-01","models":[)" + kEntry + "]}";
+const std::array<unsigned char, 32> kKey = model_tool::publicKeyOf({3}).value();
 
-struct Message {
-  const char* german;
-  const char* english;
-};
-const Message kSignatureMessage{
-    "Modell-Liste: Signatur ungültig \u2013 die Liste wird nicht verwendet.",
-    "Model list: invalid signature \u2013 the list is not used."};
-const Message kJsonMessage{"Modell-Liste: kein gültiges JSON.", "Model list: not valid JSON."};
-const Message kMissingMessage{"Modell-Liste: Feld \"models\" fehlt.",
-                              "Model list: field \"models\" is missing."};
-const Message kNewerMessage{"Die Modell-Liste braucht eine neuere Version von Solstice Velko.",
-                            "The model list requires a newer version of Solstice Velko."};
+// Over the literal wire prefix, not the library's constant, so a changed prefix shows up here.
+std::string signatureFor(const std::string& listText,
+                         const std::string& prefix = "VELKO-MODELS-V1\n",
+                         const model_tool::PrivateSeed& seed = {3}) {
+  return model_tool::signHex(seed, prefix + listText);
+}
 
-class ModelListTest : public ::testing::Test {
- protected:
-  void TearDown() override { core::setMessageLocale(core::MessageLocale::German); }
+json baseEntry() {
+  return {{"id", "depth"},   {"kind", "coreml"}, {"package", "depth.mlmodelc"},
+          {"file", "d.zip"}, {"size", 10},       {"sha256", std::string(64, 'a')}};
+}
+const std::string kList =
+    json{{"format", 1}, {"issued", "2001-01-01"}, {"models", json::array({baseEntry()})}}.dump();
 
-  // Checks that `verify` refuses with `message` in each language, built at the time of the call.
-  template <typename Verify>
-  void expectRefusal(const Verify& verify, const Message& message) {
-    for (const auto locale : {core::MessageLocale::German, core::MessageLocale::English}) {
-      core::setMessageLocale(locale);
-      const ListResult result = verify();
-      EXPECT_FALSE(result.ok);
-      EXPECT_EQ(result.error,
-                locale == core::MessageLocale::English ? message.english : message.german);
-      EXPECT_EQ(result.list.format, 0);
-      EXPECT_TRUE(result.list.models.empty());
-      EXPECT_TRUE(result.list.issued.empty());
+// The entries kept from a signed list holding `models`.
+std::vector<ModelEntry> keptEntries(const json& models,
+                                    const std::string& listUrl = "https://example.test/m/m.json") {
+  const std::string listText = json{{"format", 1}, {"models", models}}.dump();
+  const ListResult result = verifyModelList(listText, signatureFor(listText), kKey, listUrl);
+  EXPECT_TRUE(result.ok) << result.error;
+  return result.list.models;
+}
+
+// A list is accepted, or refused as a whole with one of four messages in the current language.
+TEST(ModelListTest, WholeListsAcceptedOrRefusedWithTheirMessage) {
+  using Message = std::pair<const char*, const char*>;  // German, English
+  const Message ok{"", ""};
+  const Message bad{"Modell-Liste: Signatur ungültig – die Liste wird nicht verwendet.",
+                    "Model list: invalid signature – the list is not used."};
+  const Message notJson{"Modell-Liste: kein gültiges JSON.", "Model list: not valid JSON."};
+  const Message missing{"Modell-Liste: Feld \"models\" fehlt.",
+                        "Model list: field \"models\" is missing."};
+  const Message newer{"Die Modell-Liste braucht eine neuere Version von Solstice Velko.",
+                      "The model list requires a newer version of Solstice Velko."};
+  const std::string sig = signatureFor(kList);
+  // The list, its signature (empty for the correct one), and the outcome.
+  const std::tuple<std::string, std::string, Message> cases[] = {
+      // The signature comes first and covers the prefix and the exact bytes; only trailing
+      // blanks and line ends are cut from its text.
+      {kList, sig + "\r\n", ok},
+      {kList, sig + "  \n\r \r\n\n  ", ok},
+      {kList, sig + "\t", bad},
+      {kList, " " + sig, bad},
+      {kList + "\n", sig, bad},
+      {"not json {", sig, bad},
+      {kList, signatureFor(kList, ""), bad},
+      {kList, signatureFor(kList, "VELKO-MODELS-V1"), bad},
+      {kList, signatureFor(kList, "VELKO-MODELS-V1\n", {42}), bad},
+      {"not json {", "", notJson},
+      {"", "", notJson},
+      {kList + kList, "", notJson},
+      {"// comment\n" + kList, "", notJson},
+      {"[]", "", missing},
+      {R"({"format":1})", "", missing},
+      {R"({"format":1,"models":{}})", "", missing},
+      {R"({"format":2})", "", missing},  // reported before the format
+      // `format` converts to int32 cutting fractions towards zero; `issued` is lax.
+      {R"({"format":1.5,"issued":7,"later":{},"models":[]})", "", ok},
+      {R"({"format":0.99,"models":[]})", "", newer},
+      {R"({"format":2,"models":[]})", "", newer},
+      {R"({"models":[]})", "", newer},
+  };
+  for (const auto& [list, givenSignature, message] : cases) {
+    const bool accepted = *message.first == '\0', wholeList = accepted && list == kList;
+    for (const bool english : {false, true}) {
+      core::setMessageLocale(english ? core::MessageLocale::English : core::MessageLocale::German);
+      const std::string signature = givenSignature.empty() ? signatureFor(list) : givenSignature;
+      const ListResult result = verifyModelList(list, signature, kKey, "");
+      EXPECT_EQ(result.ok, accepted) << list << "\n" << signature;
+      EXPECT_EQ(result.error, english ? message.second : message.first) << list;
+      EXPECT_EQ(result.list.format, accepted ? 1 : 0);
+      EXPECT_EQ(result.list.issued, wholeList ? "2001-01-01" : "");
+      EXPECT_EQ(result.list.models.size(), wholeList ? 1u : 0u);
     }
   }
-};
-
-TEST_F(ModelListTest, AcceptsACorrectlySignedListOfAnyAge) {
-  const ListResult result = verifySigned(kList);
-  ASSERT_TRUE(result.ok) << result.error;
-  EXPECT_TRUE(result.error.empty());
-  EXPECT_EQ(result.list.format, 1);
-  EXPECT_EQ(result.list.issued, "2001-01-01");
-  ASSERT_EQ(result.list.models.size(), 1u);
-  EXPECT_EQ(result.list.models[0].url, "https://example.test/m/depth.zip");
-
-  // `issued` is lax text; unknown keys at the top are ignored.
-  const ListResult lax = verifySigned(R"({"format":1,"issued":20311224,"later":{},"models":[]})");
-  ASSERT_TRUE(lax.ok) << lax.error;
-  EXPECT_EQ(lax.list.issued, "");
+  core::setMessageLocale(core::MessageLocale::German);
 }
 
-TEST_F(ModelListTest, SignatureTextIsCutOnlyAtTrailingBlanksAndLineEnds) {
-  const std::string sig = signatureFor(kList);
-  std::string upper = sig;
-  for (char& c : upper)
-    c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  struct Case {
-    std::string signature;
-    bool accepted;
-  };
-  const std::vector<Case> cases = {
-      {sig, true},
-      {sig + "\n", true},
-      {sig + "\r\n", true},
-      {sig + "  \n\r \r\n\n  ", true},
-      {upper + "\n", true},
-      {sig + "\t", false},
-      {sig + "\n\t", false},
-      {sig + "\f", false},
-      {sig + std::string(1, '\0'), false},
-      {" " + sig, false},
-      {"\n" + sig, false},
-      {sig.substr(0, 127), false},
-      {"", false},
-      {"\n", false},
-  };
-  for (const Case& c : cases) {
-    const ListResult result = verifyModelList(kList, c.signature, testPublicKey(), "");
-    EXPECT_EQ(result.ok, c.accepted) << "signature text: \"" << c.signature << "\"";
+TEST(ModelListTest, NonNumericFormatRaisesTheJsonTypeErrorUncaught) {
+  for (const char* format : {R"("1")", "null", "[1]", "{}"}) {
+    const std::string list = std::string(R"({"format":)") + format + R"(,"models":[]})";
+    EXPECT_THROW(verifyModelList(list, signatureFor(list), kKey, ""), json::type_error) << format;
   }
 }
 
-TEST_F(ModelListTest, SignatureCoversPrefixAndExactListBytes) {
-  const auto otherKey = model_tool::publicKeyOf(model_tool::PrivateSeed{42}).value();
-  const std::string unprefixed = model_tool::signHex(test::testSeed(), kList);
-  const std::string noLineFeed = model_tool::signHex(test::testSeed(), "VELKO-MODELS-V1" + kList);
-  const std::vector<std::function<ListResult()>> forgeries = {
-      [&] { return verifyModelList(kList + "\n", signatureFor(kList), testPublicKey(), ""); },
-      [&] { return verifyModelList(" " + kList, signatureFor(kList), testPublicKey(), ""); },
-      [&] { return verifyModelList(kList, unprefixed, testPublicKey(), ""); },
-      [&] { return verifyModelList(kList, noLineFeed, testPublicKey(), ""); },
-      [&] { return verifyModelList(kList, signatureFor(kList), otherKey, ""); },
+TEST(ModelListTest, EachEntryRuleKeepsOrDropsTheEntry) {
+  // A patch merged into the base entry (null removes a key), and the kept entry's address or
+  // nothing when the entry is dropped.
+  const std::string relative = "https://example.test/m/d.zip";
+  const std::pair<std::string, std::string> cases[] = {
+      {"{}", relative},
+      {R"({"kind":"file","package":"depth.bin"})", relative},
+      {R"({"kind":"file","package":"depthx.bin"})", ""},
+      {R"({"kind":"file","package":"depth..bin"})", ""},
+      {R"({"package":"depth.mlpackage"})", ""},
+      {R"({"kind":"CoreML"})", ""},
+      {R"({"id":null,"package":".mlmodelc"})", ""},
+      {R"({"id":"a/b","package":"a/b.mlmodelc"})", ""},
+      {R"({"id":"a\\b","package":"a\\b.mlmodelc"})", ""},
+      {R"({"id":".depth","package":".depth.mlmodelc"})", ""},
+      {R"({"id":"a..b","package":"a..b.mlmodelc"})", ""},
+      {R"({"id":"a.b","package":"a.b.mlmodelc"})", relative},
+      {R"({"file":""})", ""},
+      {R"({"size":0})", ""},
+      {R"({"size":1024.0})", ""},
+      {R"({"size":18446744073709551615})", relative},
+      {R"({"sha256":")" + std::string(63, 'a') + "A\"}", ""},
+      {R"({"sha256":")" + std::string(63, 'a') + "\"}", ""},
+      {R"({"sha256":")" + std::string(63, 'a') + "g\"}", ""},
+      {R"({"file":"https://cdn.example.test/x/d.zip"})", "https://cdn.example.test/x/d.zip"},
+      {R"({"file":"http://127.0.0.1:9000/a.zip"})", "http://127.0.0.1:9000/a.zip"},
+      {R"({"file":"http://localhost:9000/a.zip"})", "http://localhost:9000/a.zip"},
+      {R"({"file":"http://example.test/a.zip"})", ""},
+      {R"({"file":"a.zip?u=https://x"})", ""},
+      {R"({"file":"../a.zip"})", ""},  // a relative file stays in the list's folder
+      {R"({"file":".a.zip"})", ""},
+      // fields that are never validated
+      {R"({"version":3,"title_de":null,"installed_size":"5","nodes":{"a":1},"later":[]})",
+       relative},
   };
-  for (const auto& forgery : forgeries)
-    expectRefusal(forgery, kSignatureMessage);
-}
-
-TEST_F(ModelListTest, SignatureIsCheckedBeforeTheTextIsRead) {
-  const std::string garbage = "not json at all {";
-  expectRefusal([&] { return verifyModelList(garbage, signatureFor(kList), testPublicKey(), ""); },
-                kSignatureMessage);
-  expectRefusal([&] { return verifySigned(garbage); }, kJsonMessage);
-  // An empty list is signed over the prefix alone; it passes the signature and fails as JSON.
-  expectRefusal([&] { return verifySigned(""); }, kJsonMessage);
-}
-
-TEST_F(ModelListTest, RefusesWholeListsWithTheirMessage) {
-  struct Case {
-    std::string listText;
-    const Message* message;
-  };
-  const std::vector<Case> cases = {
-      {"{", &kJsonMessage},
-      {kList + " x", &kJsonMessage},
-      {kList + kList, &kJsonMessage},
-      {"// comment\n" + kList, &kJsonMessage},
-      {R"({"format":1,"models":[] /* c */})", &kJsonMessage},
-      {"[]", &kMissingMessage},
-      {R"("models")", &kMissingMessage},
-      {"null", &kMissingMessage},
-      {R"({"format":1})", &kMissingMessage},
-      {R"({"format":1,"models":{}})", &kMissingMessage},
-      {R"({"format":1,"models":null})", &kMissingMessage},
-      {R"({"format":1,"Models":[]})", &kMissingMessage},
-      // The missing field is reported before the format.
-      {R"({"format":2})", &kMissingMessage},
-      {R"({"format":2,"models":[)" + kEntry + "]}", &kNewerMessage},
-      {R"({"models":[)" + kEntry + "]}", &kNewerMessage},
-      {R"({"format":0,"models":[]})", &kNewerMessage},
-      {R"({"format":-1,"models":[]})", &kNewerMessage},
-      {R"({"format":0.99,"models":[]})", &kNewerMessage},
-      {R"({"format":false,"models":[]})", &kNewerMessage},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.listText);
-    expectRefusal([&] { return verifySigned(c.listText); }, *c.message);
+  for (const auto& [patch, url] : cases) {
+    json entry = baseEntry();
+    entry.merge_patch(json::parse(patch));
+    const std::vector<ModelEntry> kept = keptEntries(json::array({entry}));
+    EXPECT_EQ(kept.size(), url.empty() ? 0u : 1u) << patch;
+    EXPECT_EQ(kept.empty() ? "" : kept[0].url, url) << patch;
   }
 }
 
-TEST_F(ModelListTest, FormatConvertsLikeTheJsonLibraryToInt32) {
-  // Fractions cut towards zero, wide integers keep their low 32 bits, true is 1.
-  for (const char* format : {"1", "1.0", "1.5", "true", "4294967297", "1e0"}) {
-    const ListResult result =
-        verifySigned(std::string(R"({"format":)") + format + R"(,"models":[]})");
-    EXPECT_TRUE(result.ok) << format << ": " << result.error;
-    EXPECT_EQ(result.list.format, 1) << format;
-  }
+// The first kept entry wins an id; a dropped one claims nothing, and ids differ by case.
+TEST(ModelListTest, DuplicateIdsAndOrder) {
+  json later = baseEntry(), broken = baseEntry(), otherCase = baseEntry();
+  later["size"] = 99;
+  broken["sha256"] = "bad";
+  otherCase.merge_patch({{"id", "Depth"}, {"package", "Depth.mlmodelc"}});
+  const auto kept = keptEntries({1, broken, later, nullptr, baseEntry(), "x", otherCase});
+  ASSERT_EQ(kept.size(), 2u);
+  EXPECT_EQ(kept[0].size, 99u);
+  EXPECT_EQ(kept[1].id, "Depth");
 }
 
-TEST_F(ModelListTest, NonNumericFormatRaisesTheJsonTypeErrorUncaught) {
-  for (const char* format : {R"("1")", "null", "[1]", R"({"v":1})"}) {
-    const std::string listText =
-        std::string(R"({"format":)") + format + R"(,"models":[)" + kEntry + "]}";
-    EXPECT_THROW(verifySigned(listText), nlohmann::json::type_error) << format;
-  }
-}
-
-TEST_F(ModelListTest, EmptyOrFullyDroppedListsAreValidWithoutRows) {
-  for (const std::string& models : {std::string("[]"), std::string(R"([1,"x",null,{},[]])")}) {
-    const ListResult result = verifySigned(R"({"format":1,"models":)" + models + "}");
-    EXPECT_TRUE(result.ok) << models;
-    EXPECT_TRUE(result.error.empty());
-    EXPECT_EQ(result.list.format, 1);
-    EXPECT_TRUE(result.list.models.empty());
-  }
-}
-
-TEST(UrlDirectoryTest, KeepsThePathUpToTheLastSlash) {
-  const std::vector<std::pair<std::string, std::string>> cases = {
+// A relative file resolves against the list's folder; with none, the address is the bare name.
+TEST(ModelListTest, UrlDirectoryAndRelativeFiles) {
+  const std::pair<std::string, std::string> cases[] = {
       {"https://example.test/a/models.json?v=2#x", "https://example.test/a/"},
-      {"https://example.test/a/b/", "https://example.test/a/b/"},
       {"https://example.test/", "https://example.test/"},
       {"https://example.test", ""},
       {"https://example.test?x=/y", ""},
       {"https://example.test/m/x.json#frag/ment", "https://example.test/m/"},
-      {"http://localhost:8080/models.json", "http://localhost:8080/"},
-      {"a/b.json", "a/"},
-      {"models.json", ""},
       {"", ""},
-      {"file:///srv/m/models.json", "file:///srv/m/"},
   };
-  for (const auto& [url, directory] : cases)
+  for (const auto& [url, directory] : cases) {
     EXPECT_EQ(urlDirectory(url), directory) << url;
+    const auto kept = keptEntries(json::array({baseEntry()}), url);
+    EXPECT_EQ(kept.size() == 1 ? kept[0].url : "?", directory + "d.zip") << url;
+  }
 }
 
 }  // namespace
