@@ -1,7 +1,5 @@
-// Install and uninstall against real UXP folders: the outcome, and that it matches the disk.
+// Which version PS.json names for the plug-in, and what install and uninstall made of the disk.
 #include <gtest/gtest.h>
-
-#include <functional>
 
 #include "installer/actions.h"
 #include "installer/registered_version.h"
@@ -14,189 +12,96 @@ namespace fs = std::filesystem;
 
 const std::string kId = "com.velko.plugin";
 
-class Actions : public ::testing::Test {
- public:
-  void SetUp() override { plugin_export::setMessageLanguage("en"); }
-  void TearDown() override { plugin_export::setMessageLanguage("de"); }
+std::string ours(const std::string& versionJson) {
+  return R"({"pluginId": "com.velko.plugin", "versionString": )" + versionJson + "}";
+}
 
-  fs::path base() const { return dir_ / "uxp"; }
-  fs::path external() const { return base() / "Plugins" / "External"; }
-  fs::path registry() const { return base() / "PluginsInfo" / "v1" / "PS.json"; }
+PluginPackage package(const fs::path& dir, const std::string& version) {
+  if (!fs::exists(dir / version)) test::writeSamplePlugin(dir / version, kId, version);
+  return readPluginPackage(dir / version).value();
+}
 
-  PluginPackage package(const std::string& version) {
-    const fs::path folder = dir_ / "packages" / version;
-    if (!fs::exists(folder)) test::writeSamplePlugin(folder, kId, version);
-    return readPluginPackage(folder).value();
-  }
-
-  // A version folder that carries the plug-in's manifest but that no registry entry names.
-  void strayVersionFolder(const std::string& version) {
-    test::writeSamplePlugin(external() / (kId + "_" + version), kId, version);
-  }
-
-  test::TempDir dir_;
-  test::IsolatedHome home_{dir_ / "home"};
-};
-
-TEST_F(Actions, InstallOutcomes) {
-  using Prepare = std::function<void(Actions&)>;
-  const auto installed = [](const std::string& version) {
-    return [version](Actions& t) { ASSERT_TRUE(install(t.package(version), t.base()).ok); };
-  };
+TEST(InstalledVersion, RegistryContents) {
+  const auto plugins = [](const std::string& e) { return R"({"plugins": [)" + e + "]}"; };
   const struct {
     const char* label;
-    Prepare prepare;
-    ActionOutcome outcome;
-    std::string previous;
-    std::vector<std::string> removed;
+    std::optional<std::string> registry;  // nothing: no PS.json at all
+    std::optional<std::string> expected;
   } cases[] = {
-      {"fresh machine", [](Actions&) {}, ActionOutcome::Installed, "", {}},
-      {"same version registered", installed("1.0.0"), ActionOutcome::Reinstalled, "1.0.0", {}},
-      {"older version registered",
-       installed("0.9.0"),
-       ActionOutcome::Updated,
-       "0.9.0",
-       {kId + "_0.9.0"}},
-      {"newer version registered",
-       installed("2.0.0"),
-       ActionOutcome::Updated,
-       "2.0.0",
-       {kId + "_2.0.0"}},
-      {"equal as versions, not as text",
-       installed("1.0"),
-       ActionOutcome::Updated,
-       "1.0",
-       {kId + "_1.0"}},
-      {"unregistered older folder",
-       [](Actions& t) { t.strayVersionFolder("0.5"); },
-       ActionOutcome::Updated,
-       "",
-       {kId + "_0.5"}},
-      {"unregistered folder of this version",
-       [](Actions& t) { t.strayVersionFolder("1.0.0"); },
-       ActionOutcome::Reinstalled,
-       "",
-       {}},
-      {"registered, folder gone",
-       [](Actions& t) {
-         test::writeFile(t.registry(), R"({"plugins": [{"pluginId": "com.velko.plugin",)"
-                                       R"( "versionString": "1.0.0"}]})");
-       },
-       ActionOutcome::Reinstalled,
-       "1.0.0",
-       {}},
-      {"registered without a version",
-       [](Actions& t) {
-         test::writeFile(t.registry(), R"({"plugins": [{"pluginId": "com.velko.plugin"}]})");
-       },
-       ActionOutcome::Installed,
-       "",
-       {}},
-      {"only other plug-ins",
-       [](Actions& t) {
-         test::writeSamplePlugin(t.external() / "com.other_3.0", "com.other", "3.0");
-         test::writeFile(t.registry(), R"({"plugins": [{"pluginId": "com.other",)"
-                                       R"( "versionString": "3.0", "path": "$localPlugins/)"
-                                       R"(External/com.other_3.0"}]})");
-       },
-       ActionOutcome::Installed,
-       "",
-       {}},
+      {"no file", std::nullopt, std::nullopt},
+      {"not json", "plugins: velko", std::nullopt},
+      {"plugins an object", R"({"plugins": )" + ours("\"1\"") + "}", std::nullopt},
+      {"match", plugins(ours("\"1.2.0\"")), "1.2.0"},
+      {"others only", plugins(R"({"pluginId": "com.x", "versionString": "3"})"), std::nullopt},
+      {"first of two wins", plugins(ours("\"1.0\"") + ", " + ours("\"2.0\"")), "1.0"},
+      {"odd elements skipped",
+       plugins(R"(1, "com.velko.plugin", {"versionString": "9"}, )" + ours("\"1.5\"")), "1.5"},
+      {"numeric pluginId first", plugins(R"({"pluginId": 5}, )" + ours("\"1\"")), std::nullopt},
+      {"numeric pluginId after", plugins(ours("\"1\"") + R"(, {"pluginId": 5})"), "1"},
+      {"versionString missing", plugins(R"({"pluginId": "com.velko.plugin"})"), ""},
+      {"versionString a number", plugins(ours("1.2")), std::nullopt},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.label);
-    fs::remove_all(base());
-    c.prepare(*this);
-    const ActionResult result = install(package("1.0.0"), base());
-    EXPECT_TRUE(result.ok) << result.detail;
-    EXPECT_EQ(result.outcome, c.outcome);
-    EXPECT_EQ(result.previousVersion, c.previous);
-    EXPECT_EQ(result.newVersion, "1.0.0");
-    EXPECT_EQ(result.installDir, external() / (kId + "_1.0.0"));
-    EXPECT_EQ(result.removedOlderFolders, c.removed);
-    EXPECT_EQ(result.detail, "");
-    // The outcome describes the disk: the new version is registered and its folder complete.
-    EXPECT_EQ(installedVersion(kId, base()), "1.0.0");
-    EXPECT_TRUE(fs::exists(result.installDir / "manifest.json"));
-    for (const std::string& name : c.removed)
-      EXPECT_FALSE(fs::exists(external() / name));
+    test::TempDir base;
+    const fs::path registry = base / "PluginsInfo" / "v1" / "PS.json";
+    if (c.registry) test::writeFile(registry, *c.registry);
+    EXPECT_EQ(installedVersion(kId, base.path()), c.expected);
+    // Reading leaves the disk as it was: no backup, no folder, the same bytes.
+    EXPECT_EQ(std::distance(fs::recursive_directory_iterator(base.path()), {}), c.registry ? 3 : 0);
+    EXPECT_EQ(test::readFile(registry), c.registry);
   }
 }
 
-TEST_F(Actions, FailedInstallTellsWhyAndHowFarItGot) {
-  ASSERT_TRUE(install(package("0.9.0"), base()).ok);
-  // A folder of the new version's name that is not the plug-in's stops the install.
-  const fs::path target = external() / (kId + "_1.0.0");
-  test::writeFile(target / "readme.txt", "not a plug-in");
-  const ActionResult result = install(package("1.0.0"), base());
-  EXPECT_FALSE(result.ok);
-  EXPECT_EQ(result.outcome, ActionOutcome::Failed);
-  EXPECT_EQ(result.previousVersion, "0.9.0");
-  EXPECT_EQ(result.newVersion, "1.0.0");
-  EXPECT_EQ(result.installDir, target);
-  EXPECT_TRUE(result.removedOlderFolders.empty());
-  EXPECT_EQ(result.detail,
-            "Target folder already exists and has no matching manifest.json: " + target.string());
-  EXPECT_EQ(installedVersion(kId, base()), "0.9.0");
-
-  // A package folder that went away fails before any target is known.
-  PluginPackage gone = package("1.0.0");
-  gone.dir = dir_ / "packages" / "vanished";
-  const ActionResult vanished = install(gone, base());
-  EXPECT_EQ(vanished.outcome, ActionOutcome::Failed);
-  EXPECT_EQ(vanished.installDir, fs::path());
-  EXPECT_EQ(vanished.detail, "Folder does not exist: " + gone.dir.string());
-}
-
-TEST_F(Actions, UninstallOutcomes) {
+TEST(Actions, OutcomeOfEachStepInSequence) {
+  test::TempDir dir;
+  test::IsolatedHome home(dir / "home");
+  const fs::path base = dir / "uxp", external = base / "Plugins" / "External";
   const struct {
-    const char* label;
-    std::function<void(Actions&)> prepare;
-    bool ok;
+    const char* stray;    // version folder no registry entry names, planted before the step
+    const char* install;  // package version to install; nullptr: uninstall
     ActionOutcome outcome;
-    std::string previous;
-    std::string detailStart;
-  } cases[] = {
-      {"nothing there", [](Actions&) {}, true, ActionOutcome::NothingToUninstall, "", ""},
-      {"installed", [](Actions& t) { ASSERT_TRUE(install(t.package("1.2.0"), t.base()).ok); }, true,
-       ActionOutcome::Uninstalled, "1.2.0", ""},
-      {"folder without entry", [](Actions& t) { t.strayVersionFolder("0.7"); }, true,
-       ActionOutcome::Uninstalled, "", ""},
-      {"registry not JSON", [](Actions& t) { test::writeFile(t.registry(), "PS"); }, false,
-       ActionOutcome::Failed, "", "PS.json is not valid JSON: "},
+    const char *previous, *removed;  // removed: the one older folder the step removes, if any
+  } steps[] = {
+      {nullptr, "1.0", ActionOutcome::Installed, "", nullptr},
+      {nullptr, "1.0", ActionOutcome::Reinstalled, "1.0", nullptr},
+      // Equal as versions but not as text: an update.
+      {nullptr, "1.0.0", ActionOutcome::Updated, "1.0", "1.0"},
+      {nullptr, nullptr, ActionOutcome::Uninstalled, "1.0.0", nullptr},
+      {nullptr, nullptr, ActionOutcome::NothingToUninstall, "", nullptr},
+      {"0.9", nullptr, ActionOutcome::Uninstalled, "", nullptr},
+      {"1.0.0", "1.0.0", ActionOutcome::Reinstalled, "", nullptr},
+      {nullptr, nullptr, ActionOutcome::Uninstalled, "1.0.0", nullptr},
+      {"0.5", "1.0.0", ActionOutcome::Updated, "", "0.5"},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.label);
-    fs::remove_all(base());
-    c.prepare(*this);
-    const ActionResult result = uninstall(package("1.0.0"), base());
-    EXPECT_EQ(result.ok, c.ok);
-    EXPECT_EQ(result.outcome, c.outcome);
-    EXPECT_EQ(result.previousVersion, c.previous);
-    EXPECT_TRUE(result.detail.starts_with(c.detailStart)) << result.detail;
-    EXPECT_EQ(result.detail.empty(), c.detailStart.empty());
-    // Uninstall has no new version, folder or removed list to show.
-    EXPECT_EQ(result.newVersion, "");
-    EXPECT_EQ(result.installDir, fs::path());
-    EXPECT_TRUE(result.removedOlderFolders.empty());
-    if (c.ok) {
-      EXPECT_EQ(installedVersion(kId, base()), std::nullopt);
-      EXPECT_FALSE(fs::exists(external() / (kId + "_1.2.0")));
-      EXPECT_FALSE(fs::exists(external() / (kId + "_0.7")));
-    }
+  for (const auto& s : steps) {
+    SCOPED_TRACE(&s - steps);  // the step's index
+    if (s.stray) test::writeSamplePlugin(external / (kId + "_" + s.stray), kId, s.stray);
+    const ActionResult r = s.install ? install(package(dir / "packages", s.install), base)
+                                     : uninstall(package(dir / "packages", "1.0"), base);
+    EXPECT_TRUE(r.ok) << r.detail;
+    EXPECT_EQ(r.outcome, s.outcome);
+    EXPECT_EQ(r.previousVersion, s.previous);
+    EXPECT_EQ(r.newVersion, s.install ? s.install : "");
+    EXPECT_EQ(r.installDir, s.install ? external / (kId + "_" + s.install) : fs::path());
+    EXPECT_EQ(r.removedOlderFolders, s.removed ? std::vector<std::string>{kId + "_" + s.removed}
+                                               : std::vector<std::string>{});
+    EXPECT_EQ(r.detail, "");
+    EXPECT_EQ(installedVersion(kId, base),
+              s.install ? std::optional<std::string>(s.install) : std::nullopt);
   }
-}
-
-TEST_F(Actions, EmptyBaseMeansTheDefaultFolder) {
-  test::ScopedEnv env({{"VELKO_UXP_BASE_DIR", base().string()}});
-  const ActionResult installed = install(package("3.0"), "");
-  ASSERT_TRUE(installed.ok) << installed.detail;
-  EXPECT_EQ(installed.installDir, external() / (kId + "_3.0"));
-  EXPECT_EQ(install(package("3.0"), "").outcome, ActionOutcome::Reinstalled);
-  const ActionResult removed = uninstall(package("3.0"), "");
-  EXPECT_EQ(removed.outcome, ActionOutcome::Uninstalled);
-  EXPECT_EQ(removed.previousVersion, "3.0");
-  EXPECT_FALSE(fs::exists(external() / (kId + "_3.0")));
+  // A foreign folder where the new version belongs stops the install.
+  const fs::path target = external / (kId + "_2.0");
+  test::writeFile(target / "readme.txt", "kein Plug-in");
+  plugin_export::setMessageLanguage("de");
+  const ActionResult failed = install(package(dir / "packages", "2.0"), base);
+  EXPECT_FALSE(failed.ok);
+  EXPECT_EQ(failed.outcome, ActionOutcome::Failed);
+  EXPECT_EQ(failed.previousVersion, "1.0.0");
+  EXPECT_EQ(failed.newVersion, "2.0");
+  EXPECT_EQ(failed.installDir, target);
+  EXPECT_EQ(failed.detail, "Zielordner existiert bereits und trägt kein passendes manifest.json: " +
+                               target.string());
 }
 
 }  // namespace

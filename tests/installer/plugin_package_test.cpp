@@ -8,133 +8,59 @@ namespace velko::installer {
 namespace {
 namespace fs = std::filesystem;
 
-std::string manifestWith(const std::string& host) {
-  return R"({"id": "com.velko.plugin", "name": "Velko", "version": "1.4.0", "host": )" + host + "}";
+std::string withHost(const std::string& host) {
+  return R"({"id": "a", "name": "A", "version": "1", "host": )" + host + "}";
 }
 
 TEST(ReadPluginPackage, ManifestRules) {
   const struct {
     const char* label;
-    std::string manifest;
-    bool valid;
-    std::string minHost;  // when valid
+    std::optional<std::string> manifest;  // nothing: no manifest.json at all
+    std::optional<std::string> fields;    // id|name|version|minHost; nothing: no package
   } cases[] = {
-      {"empty name is fine", R"({"id": "a", "name": "", "version": "1"})", true, "24.2.0"},
-      {"extra keys ignored", R"({"id": "a", "name": "A", "version": "1", "main": "x", "n": [1]})",
-       true, "24.2.0"},
-      {"host object", manifestWith(R"({"app": "PS", "minVersion": "25.1"})"), true, "25.1"},
-      {"host array: first counts",
-       manifestWith(R"([{"app": "PS", "minVersion": "23.0"}, {"app": "PS", "minVersion": "26"}])"),
-       true, "23.0"},
-      {"host array: first without minVersion",
-       manifestWith(R"([{"app": "PS"}, {"minVersion": "26"}])"), true, "24.2.0"},
-      {"host array empty", manifestWith("[]"), true, "24.2.0"},
-      {"host string", manifestWith(R"("PS")"), true, "24.2.0"},
-      {"host array of numbers", manifestWith(R"([25, {"minVersion": "26"}])"), true, "24.2.0"},
-      {"minVersion number", manifestWith(R"({"minVersion": 25})"), true, "24.2.0"},
-      {"minVersion empty string", manifestWith(R"({"minVersion": ""})"), true, ""},
-      {"empty id", R"({"id": "", "name": "A", "version": "1"})", false, ""},
-      {"empty version", R"({"id": "a", "name": "A", "version": ""})", false, ""},
-      {"name missing", R"({"id": "a", "version": "1"})", false, ""},
-      {"version a number", R"({"id": "a", "name": "A", "version": 1})", false, ""},
-      {"root an array", R"([{"id": "a", "name": "A", "version": "1"}])", false, ""},
-      {"leading comment", "// Velko\n{\"id\": \"a\", \"name\": \"A\", \"version\": \"1\"}", false,
-       ""},
-      {"empty file", "", false, ""},
-  };
-  test::TempDir dir;
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.label);
-    test::writeFile(dir / "manifest.json", c.manifest);
-    const std::optional<PluginPackage> package = readPluginPackage(dir.path());
-    ASSERT_EQ(package.has_value(), c.valid);
-    if (c.valid) {
-      EXPECT_EQ(package->minHost, c.minHost);
-    }
-  }
-}
-
-TEST(ReadPluginPackage, FillsEveryFieldAndKeepsTheFolderAsGiven) {
-  test::TempDir dir;
-  test::writeFile(dir / "pkg" / "manifest.json",
-                  R"({"version": "2.0.1", "name": "Velko \u00dcbersicht", "id": "com.velko.x",)"
-                  R"( "host": {"minVersion": "25.0"}})");
-  // A relative path with a dot component must come back exactly so, not made canonical.
-  const fs::path given = dir.path() / "pkg" / "." / "";
-  const std::optional<PluginPackage> package = readPluginPackage(given);
-  ASSERT_TRUE(package.has_value());
-  EXPECT_EQ(package->dir, given);
-  EXPECT_EQ(package->id, "com.velko.x");
-  EXPECT_EQ(package->name,
-            "Velko \xC3\x9C"
-            "bersicht");
-  EXPECT_EQ(package->version, "2.0.1");
-  EXPECT_EQ(package->minHost, "25.0");
-}
-
-TEST(ReadPluginPackage, MissingFolderOrManifestGivesNothing) {
-  test::TempDir dir;
-  EXPECT_FALSE(readPluginPackage(dir / "absent").has_value());
-  EXPECT_FALSE(readPluginPackage(dir.path()).has_value());
-  // A folder where the manifest should be is no manifest either.
-  fs::create_directories(dir / "manifest.json");
-  EXPECT_FALSE(readPluginPackage(dir.path()).has_value());
-}
-
-TEST(ReadTextFile, GivesBytesUnchangedAndTellsEmptyFromMissing) {
-  test::TempDir dir;
-  const std::string bytes("a\r\nb\0c\xff\n", 8);
-  test::writeFile(dir / "bytes", bytes);
-  test::writeFile(dir / "empty", "");
-  EXPECT_EQ(readTextFile(dir / "bytes"), bytes);
-  EXPECT_EQ(readTextFile(dir / "empty"), std::string());
-  EXPECT_EQ(readTextFile(dir / "missing"), std::nullopt);
-  // A folder opens but yields no bytes; it must not throw out of the read.
-  fs::create_directories(dir / "folder");
-  EXPECT_EQ(readTextFile(dir / "folder"), std::string());
-}
-
-TEST(FindPluginPackage, CandidateOrder) {
-  enum Layout { None, Good, Broken };
-  const struct {
-    const char* label;
-    Layout inside, hidden, plain;
-    const char* winner;  // folder whose package is found, relative to the temp folder
-  } cases[] = {
-      {"inside only", Good, None, None, "Velko.app/Contents/Resources/Plugin"},
-      {"inside before hidden", Good, Good, Good, "Velko.app/Contents/Resources/Plugin"},
-      {"broken inside, hidden wins", Broken, Good, Good, ".Plugin"},
-      {"hidden before plain", None, Good, Good, ".Plugin"},
-      {"broken hidden, plain wins", None, Broken, Good, "Plugin"},
-      {"plain only", None, None, Good, "Plugin"},
-      {"all broken", Broken, Broken, Broken, nullptr},
-      {"nothing", None, None, None, nullptr},
+      {"all fields", R"({"version": "2.0", "name": "V", "id": "x", "n": 1})", "x|V|2.0|24.2.0"},
+      {"empty name", R"({"id": "a", "name": "", "version": "1"})", "a||1|24.2.0"},
+      {"host object", withHost(R"({"app": "PS", "minVersion": "25.1"})"), "a|A|1|25.1"},
+      {"first in array", withHost(R"([{"minVersion": "23"}, {"minVersion": "2"}])"), "a|A|1|23"},
+      {"first has none", withHost(R"([{"app": "PS"}, {"minVersion": "26"}])"), "a|A|1|24.2.0"},
+      {"host a string", withHost(R"("PS")"), "a|A|1|24.2.0"},
+      {"minVersion a number", withHost(R"({"minVersion": 25})"), "a|A|1|24.2.0"},
+      {"minVersion empty", withHost(R"({"minVersion": ""})"), "a|A|1|"},
+      {"empty id", R"({"id": "", "name": "A", "version": "1"})", std::nullopt},
+      {"empty version", R"({"id": "a", "name": "A", "version": ""})", std::nullopt},
+      {"name missing", R"({"id": "a", "version": "1"})", std::nullopt},
+      {"version a number", R"({"id": "a", "name": "A", "version": 1})", std::nullopt},
+      {"root an array", R"([{"id": "a", "name": "A", "version": "1"}])", std::nullopt},
+      {"leading comment", "// x\n" + withHost("{}"), std::nullopt},
+      {"no manifest", std::nullopt, std::nullopt},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.label);
     test::TempDir dir;
-    const fs::path bundle = dir / "Velko.app";
-    fs::create_directories(bundle / "Contents" / "MacOS");
-    const std::pair<Layout, fs::path> candidates[] = {
-        {c.inside, bundle / "Contents" / "Resources" / "Plugin"},
-        {c.hidden, dir / ".Plugin"},
-        {c.plain, dir / "Plugin"},
-    };
-    for (const auto& [layout, folder] : candidates) {
-      // Each candidate's version is its own folder name, so the winner can be told apart.
-      if (layout == Good)
-        test::writeSamplePlugin(folder, "com.velko.plugin", folder.filename().string());
-      if (layout == Broken)
-        test::writeFile(folder / "manifest.json", "{\"id\": \"com.velko.plugin\"");
-    }
-    const std::optional<PluginPackage> package = findPluginPackage(bundle);
-    if (c.winner == nullptr) {
-      EXPECT_FALSE(package.has_value());
-      continue;
-    }
-    ASSERT_TRUE(package.has_value());
-    EXPECT_EQ(package->dir, dir / c.winner);
-    EXPECT_EQ(package->version, fs::path(c.winner).filename().string());
+    if (c.manifest) test::writeFile(dir / "manifest.json", *c.manifest);
+    // The folder comes back as given, not made canonical.
+    const fs::path given = dir / "." / "";
+    const std::optional<PluginPackage> p = readPluginPackage(given);
+    ASSERT_EQ(p.has_value(), c.fields.has_value());
+    if (!p) continue;
+    EXPECT_EQ(p->id + "|" + p->name + "|" + p->version + "|" + p->minHost, *c.fields);
+    EXPECT_EQ(p->dir, given);
+  }
+}
+
+TEST(FindPluginPackage, FirstReadableCandidateWins) {
+  test::TempDir dir;
+  const fs::path bundle = dir / "Velko.app", inside = bundle / "Contents" / "Resources" / "Plugin";
+  for (const fs::path& folder : {inside, dir / ".Plugin", dir / "Plugin"})
+    test::writeFile(folder / "manifest.json", "{\"id\": \"com.velko.x\"");
+  EXPECT_FALSE(findPluginPackage(bundle).has_value());
+  // Each candidate made readable in turn, the last one first: the earlier one always wins.
+  for (const fs::path& folder : {dir / "Plugin", dir / ".Plugin", inside}) {
+    SCOPED_TRACE(folder);
+    test::writeSamplePlugin(folder, "com.velko.x", "1");
+    const std::optional<PluginPackage> p = findPluginPackage(bundle);
+    ASSERT_TRUE(p.has_value());
+    EXPECT_EQ(p->dir, folder);
   }
 }
 

@@ -11,7 +11,4 @@ std::string xmlPlist(const std::string& root);
 // The binary form of the XML property list `xml`. Aborts the test run if `xml` does not parse.
 std::string binaryPlist(const std::string& xml);
 
-// The root element of an Info.plist that names `version` as CFBundleShortVersionString.
-std::string versionDict(const std::string& version);
-
 }  // namespace velko::test
