@@ -2,7 +2,6 @@
 #include "tests/support/test_support.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -28,27 +27,29 @@ namespace {
 
 std::vector<std::string> environmentWith(
     const std::map<std::string, std::optional<std::string>>& env) {
-  std::map<std::string, std::string> merged;
+  std::vector<std::string> out;
   for (char** e = environ; *e != nullptr; ++e) {
     const std::string entry = *e;
-    const size_t eq = entry.find('=');
-    if (eq != std::string::npos) merged[entry.substr(0, eq)] = entry.substr(eq + 1);
+    if (!env.contains(entry.substr(0, entry.find('=')))) out.push_back(entry);
   }
   for (const auto& [name, value] : env) {
-    if (value) {
-      merged[name] = *value;
-    } else {
-      merged.erase(name);
-    }
+    if (value) out.push_back(name + "=" + *value);
   }
-  std::vector<std::string> out;
-  for (const auto& [name, value] : merged) out.push_back(name + "=" + value);
   return out;
+}
+
+void setOrUnset(const std::string& name, const std::optional<std::string>& value) {
+  if (value) {
+    setenv(name.c_str(), value->c_str(), 1);
+  } else {
+    unsetenv(name.c_str());
+  }
 }
 
 std::vector<char*> pointers(std::vector<std::string>& strings) {
   std::vector<char*> out;
-  for (auto& s : strings) out.push_back(s.data());
+  for (auto& s : strings)
+    out.push_back(s.data());
   out.push_back(nullptr);
   return out;
 }
@@ -82,7 +83,8 @@ TempDir::~TempDir() {
   // Tests make folders read-only to provoke failures; give the owner rights back before removal.
   for (auto it = fs::recursive_directory_iterator(path_, ec); !ec && it != fs::end(it);
        it.increment(ec)) {
-    if (it->is_directory(ec)) fs::permissions(it->path(), fs::perms::owner_all, fs::perm_options::add, ec);
+    if (it->is_directory(ec))
+      fs::permissions(it->path(), fs::perms::owner_all, fs::perm_options::add, ec);
   }
   fs::permissions(path_, fs::perms::owner_all, fs::perm_options::add, ec);
   fs::remove_all(path_, ec);
@@ -92,22 +94,13 @@ ScopedEnv::ScopedEnv(const std::map<std::string, std::optional<std::string>>& va
   for (const auto& [name, value] : values) {
     const char* old = std::getenv(name.c_str());
     saved_[name] = old ? std::optional<std::string>(old) : std::nullopt;
-    if (value) {
-      setenv(name.c_str(), value->c_str(), 1);
-    } else {
-      unsetenv(name.c_str());
-    }
+    setOrUnset(name, value);
   }
 }
 
 ScopedEnv::~ScopedEnv() {
-  for (const auto& [name, value] : saved_) {
-    if (value) {
-      setenv(name.c_str(), value->c_str(), 1);
-    } else {
-      unsetenv(name.c_str());
-    }
-  }
+  for (const auto& [name, value] : saved_)
+    setOrUnset(name, value);
 }
 
 IsolatedHome::IsolatedHome(const fs::path& root, const std::string& lang)
@@ -151,47 +144,26 @@ void writeSamplePlugin(const fs::path& folder, const std::string& id, const std:
 
 ProcessResult runProcess(const std::vector<std::string>& argv,
                          const std::map<std::string, std::optional<std::string>>& env) {
-  int outPipe[2], errPipe[2];
-  if (pipe(outPipe) != 0 || pipe(errPipe) != 0) die("pipe");
+  // Files rather than pipes: nothing to drain while the child runs, and no hang when a
+  // grandchild keeps the streams open.
+  const TempDir streams;
+  const std::string out = (streams / "out").string(), err = (streams / "err").string();
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, outPipe[1], 1);
-  posix_spawn_file_actions_adddup2(&actions, errPipe[1], 2);
-  posix_spawn_file_actions_addclose(&actions, outPipe[0]);
-  posix_spawn_file_actions_addclose(&actions, errPipe[0]);
   posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+  posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
   const pid_t pid = spawn(argv, env, &actions);
   posix_spawn_file_actions_destroy(&actions);
-  close(outPipe[1]);
-  close(errPipe[1]);
 
   ProcessResult result;
-  pollfd fds[2] = {{outPipe[0], POLLIN, 0}, {errPipe[0], POLLIN, 0}};
-  std::string* sinks[2] = {&result.out, &result.err};
-  int open = 2;
-  char buffer[65536];
-  while (open > 0) {
-    if (poll(fds, 2, -1) < 0) {
-      if (errno == EINTR) continue;
-      die("poll");
-    }
-    for (int i = 0; i < 2; ++i) {
-      if (fds[i].fd < 0 || fds[i].revents == 0) continue;
-      const ssize_t n = read(fds[i].fd, buffer, sizeof buffer);
-      if (n > 0) {
-        sinks[i]->append(buffer, static_cast<size_t>(n));
-      } else if (n == 0 || errno != EINTR) {
-        close(fds[i].fd);
-        fds[i].fd = -1;
-        --open;
-      }
-    }
-  }
   int status = 0;
   while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
   }
   if (WIFEXITED(status)) result.exitCode = WEXITSTATUS(status);
   if (WIFSIGNALED(status)) result.signal = WTERMSIG(status);
+  result.out = readFile(out).value_or("");
+  result.err = readFile(err).value_or("");
   return result;
 }
 

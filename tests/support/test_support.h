@@ -57,10 +57,10 @@ void writeSamplePlugin(const std::filesystem::path& folder, const std::string& i
                        const std::string& version, const std::string& name = "Sample Plugin");
 
 struct ProcessResult {
-  int exitCode = -1;     // exit status, or -1 when the child was killed by a signal
-  int signal = 0;        // the signal that ended the child, 0 if it exited
-  std::string out;       // everything written to stdout
-  std::string err;       // everything written to stderr
+  int exitCode = -1;  // exit status, or -1 when the child was killed by a signal
+  int signal = 0;     // the signal that ended the child, 0 if it exited
+  std::string out;    // everything written to stdout
+  std::string err;    // everything written to stderr
 };
 
 // Runs `argv` (argv[0] is the executable's path) to its end with the current environment plus
