@@ -5,6 +5,8 @@
 #include <nlohmann/json.hpp>
 
 #include "core/message_language.h"
+#include "core/public_key.h"
+#include "tests/support/test_support.h"
 #include "tools/model_tool/ed25519_keys.h"
 
 namespace velko::models {
@@ -170,6 +172,29 @@ TEST(ModelListTest, UrlDirectoryAndRelativeFiles) {
     const auto kept = keptEntries(json::array({baseEntry()}), url);
     EXPECT_EQ(kept.size() == 1 ? kept[0].url : "?", directory + "d.zip") << url;
   }
+}
+
+}  // namespace
+}  // namespace velko::models
+
+namespace velko::models {
+namespace {
+
+// A development build must trust exactly the key whose private half lies in tests/data, and the
+// override slot must win over the compiled-in key while it is set.
+TEST(ModelListTest, KeyInForceIsTheDevelopmentKeyUnlessOverridden) {
+  const auto pem = velko::test::readFile(VELKO_TEST_DATA "/DEVELOPMENT-ONLY-model-list-key.pem");
+  ASSERT_TRUE(pem);
+  const auto seed = model_tool::seedFromPem(*pem).seed;
+  ASSERT_TRUE(seed);
+  const std::string signature = model_tool::signModelList(*seed, kList);
+  const bool trusted = verifyModelList(kList, signature, core::tokenPublicKey(), "").ok;
+  EXPECT_EQ(trusted, VELKO_LIST_KEY_IS_DEVELOPMENT_KEY);
+
+  core::tokenPublicKeyOverride = {kKey, true};
+  EXPECT_EQ(core::tokenPublicKey(), kKey);
+  core::tokenPublicKeyOverride = {};
+  EXPECT_EQ(verifyModelList(kList, signature, core::tokenPublicKey(), "").ok, trusted);
 }
 
 }  // namespace
