@@ -1,4 +1,5 @@
-// Prints the plug-in road's facts one per line, in fixed English words, and maps results to exit codes.
+// Prints the plug-in road's facts one per line, in fixed English words, and maps results to exit
+// codes.
 #include "app/cli_plugin.h"
 
 #include <cstdio>

@@ -13,10 +13,14 @@ CommandLine parseCommandLine(const std::vector<std::string>& args) {
     const char* name;
     std::string* value;
   } valueOptions[] = {
-      {"--lang", &line.lang},           {"--plugin", &line.plugin},
-      {"--uxp-base-dir", &line.uxpBaseDir}, {"--cli", &line.cli},
-      {"--model", &line.model},         {"--auto", &line.autoAction},
-      {"--screenshot", &line.screenshot}, {"--shot-delay", &shotDelayText},
+      {"--lang", &line.lang},
+      {"--plugin", &line.plugin},
+      {"--uxp-base-dir", &line.uxpBaseDir},
+      {"--cli", &line.cli},
+      {"--model", &line.model},
+      {"--auto", &line.autoAction},
+      {"--screenshot", &line.screenshot},
+      {"--shot-delay", &shotDelayText},
       {"--model-test-key", &line.modelTestKey},
   };
   const struct {

@@ -22,8 +22,9 @@ struct CommandLine {
   bool assumeRunning = false;
 };
 
-// Reads the arguments behind the program's name. Never fails: unknown arguments are dropped, a value
-// option takes the next argument whatever it looks like, and one standing last gets the empty value.
+// Reads the arguments behind the program's name. Never fails: unknown arguments are dropped, a
+// value option takes the next argument whatever it looks like, and one standing last gets the empty
+// value.
 CommandLine parseCommandLine(const std::vector<std::string>& args);
 
 }  // namespace velko::app

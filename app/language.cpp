@@ -6,7 +6,8 @@
 
 namespace velko::app {
 
-bool chooseEnglish(const std::optional<std::string>& systemLanguage, const std::string& langOption) {
+bool chooseEnglish(const std::optional<std::string>& systemLanguage,
+                   const std::string& langOption) {
   if (langOption == "de") return false;
   if (langOption == "en") return true;
   return !(systemLanguage && systemLanguage->starts_with("de"));

@@ -11,7 +11,9 @@ std::atomic<MessageLocale> gMessageLocale{MessageLocale::German};
 
 }  // namespace
 
-void setMessageLocale(MessageLocale locale) { gMessageLocale.store(locale, std::memory_order_release); }
+void setMessageLocale(MessageLocale locale) {
+  gMessageLocale.store(locale, std::memory_order_release);
+}
 
 std::string localizedMessage(std::string_view german, std::string_view english) {
   const auto locale = static_cast<int32_t>(gMessageLocale.load(std::memory_order_acquire));

@@ -1,4 +1,5 @@
-// The language selector of the core services and the one function that picks a text of a message pair.
+// The language selector of the core services and the one function that picks a text of a message
+// pair.
 #pragma once
 
 #include <cstdint>

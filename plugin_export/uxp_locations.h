@@ -10,7 +10,8 @@ namespace velko::plugin_export {
 // Cannot fail and creates nothing.
 std::filesystem::path defaultUxpBaseDir();
 
-// `uxpBaseDir` when it is not empty, else defaultUxpBaseDir(): how every operation reads the option.
+// `uxpBaseDir` when it is not empty, else defaultUxpBaseDir(): how every operation reads the
+// option.
 std::filesystem::path uxpBaseDirOrDefault(const std::filesystem::path& uxpBaseDir);
 
 // True when any process the caller may inspect has "Photoshop" (case-sensitive) in its short name.

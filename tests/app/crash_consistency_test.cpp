@@ -1,5 +1,6 @@
-// Kills a real install with SIGKILL at random moments: the registry must always be the old or the new
-// document, other plug-ins must keep their entries and folders, and the next install must succeed.
+// Kills a real install with SIGKILL at random moments: the registry must always be the old or the
+// new document, other plug-ins must keep their entries and folders, and the next install must
+// succeed.
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -21,7 +22,7 @@ using nlohmann::json;
 constexpr const char* kId = "com.example.crash";
 
 std::vector<std::string> installArgs(const fs::path& package, const fs::path& base) {
-  return {VELKO_INSTALLER_EXE, "--cli",    "install",     "--ignore-photoshop",
+  return {VELKO_INSTALLER_EXE, "--cli",          "install",        "--ignore-photoshop",
           "--plugin",          package.string(), "--uxp-base-dir", base.string()};
 }
 
@@ -43,20 +44,19 @@ void writeTemplate(const fs::path& base) {
   writeSamplePlugin(external / (std::string(kId) + "_1.0.0"), kId, "1.0.0", "Crash Probe");
   writeSamplePlugin(external / "com.other.tool_3.1", "com.other.tool", "3.1", "Other");
   writeFile(external / (std::string(kId) + "_0.5") / "notes.txt", "no marker here");
-  const json registry = {
-      {"plugins",
-       {{{"pluginId", "com.other.tool"},
-         {"name", "Werkzeug für Ärzte"},
-         {"path", "$localPlugins/External/com.other.tool_3.1"},
-         {"versionString", "3.1"},
-         {"zExtra", {{"nested", true}}}},
-        "a string element",
-        {{"pluginId", kId},
-         {"name", "Crash Probe"},
-         {"path", std::string("$localPlugins/External/") + kId + "_1.0.0"},
-         {"versionString", "1.0.0"}},
-        {{"pluginId", "com.third"}, {"versionString", "9"}}}},
-      {"unknownTopLevel", {1, "two", nullptr}}};
+  const json registry = {{"plugins",
+                          {{{"pluginId", "com.other.tool"},
+                            {"name", "Werkzeug für Ärzte"},
+                            {"path", "$localPlugins/External/com.other.tool_3.1"},
+                            {"versionString", "3.1"},
+                            {"zExtra", {{"nested", true}}}},
+                           "a string element",
+                           {{"pluginId", kId},
+                            {"name", "Crash Probe"},
+                            {"path", std::string("$localPlugins/External/") + kId + "_1.0.0"},
+                            {"versionString", "1.0.0"}},
+                           {{"pluginId", "com.third"}, {"versionString", "9"}}}},
+                         {"unknownTopLevel", {1, "two", nullptr}}};
   writeFile(base / "PluginsInfo" / "v1" / "PS.json", registry.dump(2));
 }
 
@@ -103,7 +103,8 @@ TEST(CrashConsistency, KilledInstallLeavesOldOrNewRegistry) {
     const fs::path base = dir / ("run" + std::to_string(run));
     fs::copy(templ, base, fs::copy_options::recursive);
     const long waitMicros = std::uniform_int_distribution<long>(0, span + span / 3)(random);
-    SCOPED_TRACE("run " + std::to_string(run) + ", kill after " + std::to_string(waitMicros) + " us");
+    SCOPED_TRACE("run " + std::to_string(run) + ", kill after " + std::to_string(waitMicros) +
+                 " us");
 
     const pid_t pid = startProcess(installArgs(package, base));
     usleep(static_cast<useconds_t>(waitMicros));
@@ -118,7 +119,8 @@ TEST(CrashConsistency, KilledInstallLeavesOldOrNewRegistry) {
     (*doc == oldDoc ? sawOld : sawNew)++;
     EXPECT_EQ(readFile(base / "Plugins" / "External" / "com.other.tool_3.1" / "manifest.json"),
               readFile(templ / "Plugins" / "External" / "com.other.tool_3.1" / "manifest.json"));
-    EXPECT_TRUE(fs::exists(base / "Plugins" / "External" / (std::string(kId) + "_0.5") / "notes.txt"))
+    EXPECT_TRUE(
+        fs::exists(base / "Plugins" / "External" / (std::string(kId) + "_0.5") / "notes.txt"))
         << "a folder without the marker is never deleted";
 
     const ProcessResult again = timedInstall(base);
