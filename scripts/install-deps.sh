@@ -7,6 +7,8 @@ packages=(
   libgtest-dev libgmock-dev libssl-dev openssl
   clang libclang-rt-14-dev
   python3 zip unzip hyperfine
+  qt6-base-dev fonts-lato xvfb xauth
+  libcpp-httplib-dev nginx-light
 )
 missing=()
 for p in "${packages[@]}"; do

@@ -42,14 +42,14 @@ inline std::array<unsigned char, 32> array32(std::string_view bytes) {
   return out;
 }
 
-// A file from the shared test data folder; empty (and the current test failed) when missing.
+// A file from the public test vectors in tests/data/vectors; empty (and the current test failed) when missing.
 inline std::string readVectorFile(const std::string& fileName) {
-  const auto text = readFile(std::string(VELKO_SHARED_TESTDATA) + "/" + fileName);
+  const auto text = readFile(std::string(VELKO_TEST_DATA) + "/vectors/" + fileName);
   EXPECT_TRUE(text.has_value()) << "missing vector file " << fileName;
   return text.value_or("");
 }
 
-// A JSON file from the shared test data folder.
+// A JSON file from the public test vectors in tests/data/vectors.
 inline nlohmann::json readJsonVectors(const std::string& fileName) {
   return nlohmann::json::parse(readVectorFile(fileName));
 }
@@ -58,7 +58,7 @@ struct HashVector {
   std::string message, digest;  // raw bytes, and lower-case hex
 };
 
-// The records of a NIST byte-oriented .rsp file from the shared test data folder.
+// The records of a NIST byte-oriented .rsp file from the public test vectors in tests/data/vectors.
 inline std::vector<HashVector> readHashVectors(const std::string& fileName) {
   std::istringstream in(readVectorFile(fileName));
   std::vector<HashVector> vectors;
