@@ -59,6 +59,51 @@ TEST(PropertyListString, XmlAndBinaryGiveTheSameAnswers) {
   }
 }
 
+// The library would overflow its stack on absurd nesting, so such lists never reach it; a deep but
+// sane one still gives its answer.
+TEST(PropertyListString, AbsurdNestingNeverReachesTheLibrary) {
+  const std::string key = "CFBundleShortVersionString";
+  const auto xml = [&](int depth) {
+    std::string nested;
+    for (int i = 0; i < depth; ++i)
+      nested += "<array>";
+    for (int i = 0; i < depth; ++i)
+      nested += "</array>";
+    return test::xmlPlist("<dict><key>" + key + "</key><string>26.0.0</string><key>x</key>" +
+                          nested + "</dict>");
+  };
+  const struct {
+    const char* label;
+    std::string bytes;
+    std::optional<std::string> expected;
+  } cases[] = {
+      {"XML, 200 deep", xml(200), "26.0.0"},
+      {"XML, 100,000 deep", xml(100000), std::nullopt},
+      {"binary, 200 deep", test::nestedBinaryPlist("26.0.0", 200), "26.0.0"},
+      {"binary, 100,000 deep", test::nestedBinaryPlist("26.0.0", 100000), std::nullopt},
+      {"binary, a cycle", test::nestedBinaryPlist("26.0.0", 3, true), std::nullopt},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(propertyListString(c.bytes, key), c.expected) << c.label;
+}
+
+// A new file is never written through a name that exists, a planted link included.
+TEST(WriteNewFile, NeverWritesThroughAnExistingName) {
+  test::TempDir dir;
+  test::writeFile(dir / "existing", "old");
+  fs::create_symlink(dir / "elsewhere", dir / "link");
+  for (const char* name : {"existing", "link"}) {
+    const NewFileResult r = writeNewFile(dir / name, "new", {});
+    EXPECT_FALSE(r.created) << name;
+    EXPECT_FALSE(r.error.empty()) << name;
+  }
+  EXPECT_EQ(test::readFile(dir / "existing"), "old");
+  EXPECT_FALSE(fs::exists(dir / "elsewhere"));
+  const NewFileResult fresh = writeNewFile(dir / "fresh", "new", {});
+  EXPECT_TRUE(fresh.created && fresh.error.empty()) << fresh.error;
+  EXPECT_EQ(test::readFile(dir / "fresh"), "new");
+}
+
 TEST(PreferredLanguage, FirstNonEmptyVariableInOrderWins) {
   using Value = std::optional<std::string>;
   const struct {
