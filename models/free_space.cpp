@@ -4,6 +4,7 @@
 #include <sys/statvfs.h>
 
 #include <algorithm>
+#include <limits>
 
 namespace velko::models {
 
@@ -12,10 +13,16 @@ uint64_t unpackNeed(const ModelEntry& entry) {
 }
 
 bool enoughSpace(uint64_t available, const ModelEntry& entry, uint64_t offset) {
-  // The offset never lies beyond `size`, so the difference cannot go below zero. 128 bits keep a
-  // list's absurd sizes from wrapping round to a small need.
-  const unsigned __int128 needed = static_cast<unsigned __int128>(unpackNeed(entry)) +
-                                   kFreeSpaceMargin + (entry.size - std::min(offset, entry.size));
+  // The offset never lies beyond `size`, so the difference cannot go below zero. The sum
+  // saturates, so that a list's absurd sizes cannot wrap round to a small need.
+  const uint64_t parts[] = {unpackNeed(entry), kFreeSpaceMargin,
+                            entry.size - std::min(offset, entry.size)};
+  uint64_t needed = 0;
+  for (const uint64_t part : parts) {
+    needed = part > std::numeric_limits<uint64_t>::max() - needed
+                 ? std::numeric_limits<uint64_t>::max()
+                 : needed + part;
+  }
   return available >= needed;
 }
 

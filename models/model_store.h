@@ -83,8 +83,10 @@ class ModelStore {
 
  private:
   std::optional<ModelEntry> entryFor(const std::string& id) const;
-  // The last step of a fetch: puts the verified download in place and writes the marker.
-  FetchResult install(const ModelEntry& entry, const std::filesystem::path& partPath);
+  // The last step of a fetch: puts the verified download `partPath` in place and writes the
+  // marker. False with `result`'s error and message set when the package could not be installed.
+  bool install(const ModelEntry& entry, const std::filesystem::path& partPath,
+               FetchResult& result);
 
   Options options_;
   mutable std::mutex mutex_;
