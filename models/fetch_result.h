@@ -23,11 +23,11 @@ enum class FetchError : int32_t {
 };
 
 struct FetchResult {
-  bool ok = false;                // the model is installed
+  bool ok = false;  // the model is installed
   FetchError error = FetchError::None;
-  std::string message;            // for the user, in the current language; empty when `ok`
-  bool resumed = false;           // the server honoured a resume (206)
-  uint64_t bytesReceived = 0;     // payload bytes written by this call, over all its transfers
+  std::string message;         // for the user, in the current language; empty when `ok`
+  bool resumed = false;        // the server honoured a resume (206)
+  uint64_t bytesReceived = 0;  // payload bytes written by this call, over all its transfers
 };
 
 }  // namespace velko::models

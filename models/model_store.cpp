@@ -29,10 +29,10 @@ ModelStore::ModelStore(Options options) : options_(std::move(options)) {
   if (options_.modelDir.empty()) options_.modelDir = core::userModelDirectory();
   if (options_.listUrl.empty()) {
     const char* fromEnvironment = std::getenv("VELKO_MODEL_LIST_URL");
-    options_.listUrl = fromEnvironment != nullptr && *fromEnvironment != '\0'
-                           ? std::string(fromEnvironment)
-                           : std::string(VELKO_MODEL_SERVER) +
-                                 "/wp-content/uploads/VELKO/models/models.json";
+    options_.listUrl =
+        fromEnvironment != nullptr && *fromEnvironment != '\0'
+            ? std::string(fromEnvironment)
+            : std::string(VELKO_MODEL_SERVER) + "/wp-content/uploads/VELKO/models/models.json";
   }
   if (!options_.publicKey) options_.publicKey = core::tokenPublicKey();
   if (!options_.transport) options_.transport = makeHttpTransport();
@@ -60,8 +60,9 @@ ModelState ModelStore::state(const std::string& id) const {
   fs::path found;
   if (endsWith(package, ".mlmodelc")) {
     // A compiled model may also lie outside the store, in the places the locator knows.
-    found = fs::is_directory(target, ec) ? target
-                                         : fs::path(vision::findModelPackage(id + ".mlpackage").path);
+    found = fs::is_directory(target, ec)
+                ? target
+                : fs::path(vision::findModelPackage(id + ".mlpackage").path);
   } else if (fs::is_regular_file(target, ec)) {
     found = target;
   }

@@ -31,8 +31,8 @@ class ModelStore {
     std::string modelDir;  // default: velko::core::userModelDirectory()
     std::string listUrl;   // default: VELKO_MODEL_LIST_URL if set and not empty, else the server's
     std::optional<std::array<unsigned char, 32>> publicKey;  // default: core::tokenPublicKey()
-    std::shared_ptr<Transport> transport;                     // default: the HTTP transport
-    std::string appVersion;                                   // default: "1.0.0"
+    std::shared_ptr<Transport> transport;                    // default: the HTTP transport
+    std::string appVersion;                                  // default: "1.0.0"
   };
 
   // Fills in the defaults. Touches neither disk nor network, and loads no list.
@@ -85,8 +85,7 @@ class ModelStore {
   std::optional<ModelEntry> entryFor(const std::string& id) const;
   // The last step of a fetch: puts the verified download `partPath` in place and writes the
   // marker. False with `result`'s error and message set when the package could not be installed.
-  bool install(const ModelEntry& entry, const std::filesystem::path& partPath,
-               FetchResult& result);
+  bool install(const ModelEntry& entry, const std::filesystem::path& partPath, FetchResult& result);
 
   Options options_;
   mutable std::mutex mutex_;

@@ -38,7 +38,9 @@ uint64_t regularFileSize(const fs::path& path) {
   return ec ? 0 : size;
 }
 
-bool cancelled(const Cancel& cancel) { return cancel && cancel(); }
+bool cancelled(const Cancel& cancel) {
+  return cancel && cancel();
+}
 
 // Brings `part` up to the entry's size, starting at `offset`, in at most two transfers: the second
 // only after a 416, which says the server thinks the offset lies beyond the file. True when the
@@ -103,9 +105,9 @@ bool transferInto(Transport& transport, const ModelEntry& entry, const fs::path&
 
     std::error_code ec;
     if (closeFailed || writeFailed) {
-      return failWith(result, FetchError::IoError,
-                      core::localizedMessage("Schreiben fehlgeschlagen: ", "Writing failed: ") +
-                          part.string());
+      return failWith(
+          result, FetchError::IoError,
+          core::localizedMessage("Schreiben fehlgeschlagen: ", "Writing failed: ") + part.string());
     }
     if (tooLarge) {
       fs::remove(part, ec);
@@ -136,10 +138,10 @@ bool transferInto(Transport& transport, const ModelEntry& entry, const fs::path&
                                              "No connection to the model server (") +
                           answer.error + ").");
     }
-    return failWith(result, FetchError::HttpStatus,
-                    core::localizedMessage("Modell-Server antwortet mit HTTP ",
-                                           "Model server answered HTTP ") +
-                        std::to_string(status) + ".");
+    return failWith(
+        result, FetchError::HttpStatus,
+        core::localizedMessage("Modell-Server antwortet mit HTTP ", "Model server answered HTTP ") +
+            std::to_string(status) + ".");
   }
   return true;
 }
@@ -166,10 +168,9 @@ FetchResult ModelStore::fetch(const std::string& id, const Progress& onProgress,
   const ModelEntry& entry = *found;
   if (!entry.min_velko.empty() && core::compareVersions(options_.appVersion, entry.min_velko) < 0) {
     failWith(result, FetchError::AppTooOld,
-             core::localizedMessage("Dieses Modell braucht Solstice Velko " + entry.min_velko +
-                                        " oder neuer.",
-                                    "This model needs Solstice Velko " + entry.min_velko +
-                                        " or newer."));
+             core::localizedMessage(
+                 "Dieses Modell braucht Solstice Velko " + entry.min_velko + " oder neuer.",
+                 "This model needs Solstice Velko " + entry.min_velko + " or newer."));
     return result;
   }
   const fs::path modelDir = options_.modelDir;

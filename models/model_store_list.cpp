@@ -52,9 +52,9 @@ ListResult ModelStore::refreshList(const std::function<bool()>& cancel) {
   if (!fetchText(*options_.transport, options_.listUrl, cancel, listText, reason) ||
       !fetchText(*options_.transport, options_.listUrl + ".sig", cancel, signatureText, reason)) {
     ListResult failed;
-    failed.error = core::localizedMessage("Modell-Liste nicht erreichbar (",
-                                          "Model list not reachable (") +
-                   reason + ").";
+    failed.error =
+        core::localizedMessage("Modell-Liste nicht erreichbar (", "Model list not reachable (") +
+        reason + ").";
     return failed;
   }
   ListResult result =

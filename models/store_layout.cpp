@@ -4,7 +4,8 @@
 
 namespace velko::models {
 
-std::filesystem::path installedMarker(const std::filesystem::path& modelDir, const std::string& id) {
+std::filesystem::path installedMarker(const std::filesystem::path& modelDir,
+                                      const std::string& id) {
   return modelDir / ".installed" / (id + ".json");
 }
 
