@@ -18,16 +18,16 @@ namespace {
 
 }  // namespace
 
-ZipEntry zipFile(std::string name, std::string contents) {
-  return {std::move(name), std::move(contents), ZipEntry::Kind::File};
+ZipEntry zipFile(std::string name, std::string contents, unsigned mode) {
+  return {std::move(name), std::move(contents), ZipEntry::Kind::File, mode};
 }
 
-ZipEntry zipFolder(std::string name) {
-  return {std::move(name), "", ZipEntry::Kind::Folder};
+ZipEntry zipFolder(std::string name, unsigned mode) {
+  return {std::move(name), "", ZipEntry::Kind::Folder, mode};
 }
 
 ZipEntry zipLink(std::string name, std::string target) {
-  return {std::move(name), std::move(target), ZipEntry::Kind::Link};
+  return {std::move(name), std::move(target), ZipEntry::Kind::Link, 0777};
 }
 
 void writeZip(const std::filesystem::path& file, const std::vector<ZipEntry>& entries) {
@@ -39,19 +39,17 @@ void writeZip(const std::filesystem::path& file, const std::vector<ZipEntry>& en
   for (const ZipEntry& e : entries) {
     archive_entry* entry = archive_entry_new();
     archive_entry_set_pathname(entry, e.name.c_str());
+    archive_entry_set_perm(entry, e.mode);
     switch (e.kind) {
       case ZipEntry::Kind::File:
         archive_entry_set_filetype(entry, AE_IFREG);
-        archive_entry_set_perm(entry, 0644);
         archive_entry_set_size(entry, static_cast<la_int64_t>(e.contents.size()));
         break;
       case ZipEntry::Kind::Folder:
         archive_entry_set_filetype(entry, AE_IFDIR);
-        archive_entry_set_perm(entry, 0755);
         break;
       case ZipEntry::Kind::Link:
         archive_entry_set_filetype(entry, AE_IFLNK);
-        archive_entry_set_perm(entry, 0777);
         archive_entry_set_symlink(entry, e.contents.c_str());
         break;
     }

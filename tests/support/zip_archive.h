@@ -12,10 +12,11 @@ struct ZipEntry {
   std::string name;      // stored exactly as given: "../x" and "/abs" stay as they are
   std::string contents;  // a file's bytes, or a link's target
   Kind kind = Kind::File;
+  unsigned mode = 0644;
 };
 
-ZipEntry zipFile(std::string name, std::string contents);
-ZipEntry zipFolder(std::string name);
+ZipEntry zipFile(std::string name, std::string contents, unsigned mode = 0644);
+ZipEntry zipFolder(std::string name, unsigned mode = 0755);
 ZipEntry zipLink(std::string name, std::string target);
 
 // Writes the entries, in order, as a zip archive to `file`, creating parent folders. Aborts the
