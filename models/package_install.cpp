@@ -16,13 +16,16 @@ bool staysInside(const fs::path& folder) {
   std::error_code ec;
   const std::string root = fs::weakly_canonical(folder, ec).string();
   ec.clear();
-  // Links are reported but not entered; a link that dangles inside the folder is accepted, since
-  // weakly_canonical needs only the part of the path that exists.
+  // Links are reported but not entered. Each is judged by where its text leads: weakly_canonical
+  // of the link itself would stop at a dangling link and answer with the link's own path, so
+  // "../../x" would pass as long as x does not exist. A link that dangles inside is accepted.
   fs::recursive_directory_iterator it(folder, ec);
   for (const fs::recursive_directory_iterator end; !ec && it != end; it.increment(ec)) {
     std::error_code linkEc;
     if (!it->is_symlink(linkEc)) continue;
-    const fs::path resolved = fs::weakly_canonical(it->path(), linkEc);
+    const fs::path target = fs::read_symlink(it->path(), linkEc);
+    if (linkEc) return false;
+    const fs::path resolved = fs::weakly_canonical(it->path().parent_path() / target, linkEc);
     if (linkEc || resolved.string().rfind(root, 0) != 0) return false;
   }
   return !ec;
