@@ -113,39 +113,19 @@ TEST_F(ModelAreaTest, RowsAndWhatIsDue) {
 }
 
 TEST_F(ModelAreaTest, BatchCountsFailuresAndGoesOn) {
-  const struct {
-    const char* label;
-    std::vector<std::string> failing;
-    int loaded;
-    int failed;
-    const char* firstError;
-  } rows[] = {
-      {"second of three fails", {"b"}, 2, 1, "Model server answered HTTP 404."},
-      {"first and third fail: the first message stays",
-       {"a", "c"},
-       1,
-       2,
-       "Model server answered HTTP 404."},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.label);
-    fs::remove_all(modelDir());
-    publishThree();
-    for (const std::string& id : row.failing) {
-      server_.http.route("/m/" + id + ".bin", {HttpMode::Status, "", 0, 404});
-    }
-    std::vector<std::string> started;
-    const BatchResult batch = area()->fetchAll(
-        [&](int index, int count, const std::string& id) {
-          started.push_back(std::to_string(index) + "/" + std::to_string(count) + " " + id);
-        },
-        {}, {});
-    EXPECT_EQ(started, (std::vector<std::string>{"0/3 a", "1/3 b", "2/3 c"}));
-    EXPECT_EQ(batch.loaded, row.loaded);
-    EXPECT_EQ(batch.failed, row.failed);
-    EXPECT_FALSE(batch.cancelled);
-    EXPECT_EQ(batch.firstError, row.firstError);
-  }
+  publishThree();
+  server_.http.route("/m/b.bin", {HttpMode::Status, "", 0, 404});
+  std::vector<std::string> started;
+  const BatchResult batch = area()->fetchAll(
+      [&](int index, int count, const std::string& id) {
+        started.push_back(std::to_string(index) + "/" + std::to_string(count) + " " + id);
+      },
+      {}, {});
+  EXPECT_EQ(started, (std::vector<std::string>{"0/3 a", "1/3 b", "2/3 c"}));
+  EXPECT_EQ(batch.loaded, 2);
+  EXPECT_EQ(batch.failed, 1);
+  EXPECT_FALSE(batch.cancelled);
+  EXPECT_EQ(batch.firstError, "Model server answered HTTP 404.");
 }
 
 TEST_F(ModelAreaTest, CancelStopsTheBatchWithoutCountingIt) {
