@@ -86,7 +86,7 @@ running_pid() {
   [[ -f $state/server.pid ]] || return 1
   pid=$(<"$state/server.pid")
   [[ $pid =~ ^[0-9]+$ ]] || return 1
-  [[ $(ps -p "$pid" -o comm= 2>/dev/null) == nginx ]] || return 1
+  [[ $(cat "/proc/$pid/comm" 2>/dev/null) == nginx ]] || return 1
   echo "$pid"
 }
 
