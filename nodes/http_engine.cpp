@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
-#include <cstring>
 #include <mutex>
+#include <string_view>
 
 namespace velko::nodes::detail {
 namespace {

@@ -19,8 +19,17 @@ die() {
 
 absolute() { (cd "$1" && pwd); }
 
+listening() { (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
+
+# A port of 20000-59999 that nobody listens on now. nginx may still lose it to another program
+# before it binds; start then tries again.
 free_port() {
-  python3 -c 'import socket; s = socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])'
+  local port
+  while :; do
+    port=$((20000 + RANDOM % 40000))
+    listening "$port" || break
+  done
+  echo "$port"
 }
 
 make_certificate() {
@@ -77,11 +86,9 @@ running_pid() {
   [[ -f $state/server.pid ]] || return 1
   pid=$(<"$state/server.pid")
   [[ $pid =~ ^[0-9]+$ ]] || return 1
-  [[ $(ps -p "$pid" -o comm= 2>/dev/null) == nginx ]] || return 1
+  [[ $(cat "/proc/$pid/comm" 2>/dev/null) == nginx ]] || return 1
   echo "$pid"
 }
-
-listening() { (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
 
 start() {
   local root=$1 state=$2 https=$3 scheme=http port pid

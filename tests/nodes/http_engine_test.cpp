@@ -21,6 +21,31 @@ HttpRequest get(const std::string& url) {
   return request;
 }
 
+TEST(HttpEngine, SendsTheMethodAndBodyAsked) {
+  struct Row {
+    std::string method;
+    std::string body;
+    std::string sent;
+  };
+  const Row rows[] = {{"", "", "GET"},    {"GET", "", "GET"},       {"POST", "a=1&b=2", "POST"},
+                      {"PUT", "", "PUT"}, {"DELETE", "", "DELETE"}, {"DELETE", "id=7", "DELETE"}};
+  HttpTestServer server;
+  server.serve("/api", "done");
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.method + " " + row.body);
+    HttpRequest request = get(server.url("/api"));
+    request.method = row.method;
+    request.body = row.body;
+    const HttpResponse response = httpPerform(request, {});
+    EXPECT_EQ(response.status, 200);
+    EXPECT_EQ(response.body, "done");
+    const test::RecordedRequest seen = server.requests().back();
+    EXPECT_EQ(seen.method, row.sent);
+    EXPECT_EQ(seen.body, row.body);
+    EXPECT_EQ(seen.userAgent, "VELKO API-Aufruf");
+  }
+}
+
 TEST(HttpEngine, FollowsFiveRedirectsAndDescribesOnlyTheLastResponse) {
   HttpTestServer server;
   server.route("/file", {.bytes = "payload", .headers = {{"Content-TYPE", "text/x-final"}}});
@@ -142,7 +167,7 @@ TEST(HttpEngine, RequestWithoutAnyTimeLimitTimesOutAtOnce) {
   const HttpResponse response = httpPerform(request, {});
   EXPECT_TRUE(response.timedOut);
   EXPECT_FALSE(response.cancelled);
-  EXPECT_EQ(response.error.rfind("Timeout was reached", 0), 0u) << response.error;
+  EXPECT_EQ(response.error, "Timeout was reached");
   EXPECT_EQ(response.status, 0);
 }
 

@@ -45,9 +45,10 @@ std::optional<ByteRange> parseRange(const std::string& header, size_t size) {
 
 HttpTestServer::HttpTestServer() : server_(std::make_unique<httplib::Server>()) {
   server_->set_keep_alive_timeout(1);
-  server_->Get(".*", [this](const httplib::Request& request, httplib::Response& response) {
+  const auto handler = [this](const httplib::Request& request, httplib::Response& response) {
     handle(request, response);
-  });
+  };
+  server_->Get(".*", handler).Post(".*", handler).Put(".*", handler).Delete(".*", handler);
   port_ = server_->bind_to_any_port("127.0.0.1");
   if (port_ <= 0) {
     std::fprintf(stderr, "test support: the HTTP test server cannot bind to 127.0.0.1\n");
@@ -108,7 +109,8 @@ void HttpTestServer::handle(const httplib::Request& request, httplib::Response& 
   HttpRoute route;
   {
     std::lock_guard<std::mutex> lock(mutex_);
-    requests_.push_back({request.path, rangeHeader, request.get_header_value("User-Agent")});
+    requests_.push_back({request.method, request.path, rangeHeader,
+                         request.get_header_value("User-Agent"), request.body});
     const auto found = routes_.find(request.path);
     if (found == routes_.end()) {
       response.status = 404;

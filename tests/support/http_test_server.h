@@ -42,12 +42,15 @@ struct HttpRoute {
 
 // What a request asked for, as the server saw it; absent headers are empty.
 struct RecordedRequest {
+  std::string method;
   std::string path;
   std::string range;
   std::string userAgent;
+  std::string body;
 };
 
-// Listens on a free port of 127.0.0.1 from construction to destruction. An unknown path is a 404.
+// Listens on a free port of 127.0.0.1 from construction to destruction. Every method gets the
+// path's answer; an unknown path is a 404.
 class HttpTestServer {
  public:
   HttpTestServer();
