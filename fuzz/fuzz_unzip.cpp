@@ -17,21 +17,19 @@
 namespace {
 namespace fs = std::filesystem;
 
-// Two levels below the root, so names such as "../../x" still land inside what is watched.
+// A fresh folder per input, the archive two levels below it, so names such as "../../x" still
+// land inside what is watched. Removed again after the input, so nothing is left behind when
+// libFuzzer ends the run.
 struct Sandbox {
   fs::path root, archive, unpackDir;
 };
 
-const Sandbox& sandbox() {
-  static const Sandbox box = [] {
-    std::string pattern = (fs::temp_directory_path() / "velko-fuzz-unzip-XXXXXX").string();
-    if (::mkdtemp(pattern.data()) == nullptr) std::abort();
-    const fs::path root = pattern;
-    fs::create_directories(root / "a" / "b");
-    std::atexit([] { fs::remove_all(sandbox().root); });
-    return Sandbox{root, root / "a" / "b" / "m.zip", root / "a" / "b" / "m.unpack"};
-  }();
-  return box;
+Sandbox makeSandbox() {
+  std::string pattern = (fs::temp_directory_path() / "velko-fuzz-unzip-XXXXXX").string();
+  if (::mkdtemp(pattern.data()) == nullptr) std::abort();
+  const fs::path root = pattern;
+  fs::create_directories(root / "a" / "b");
+  return Sandbox{root, root / "a" / "b" / "m.zip", root / "a" / "b" / "m.unpack"};
 }
 
 // Everything in the sandbox but the unpack folder's insides; links are listed, not followed.
@@ -48,7 +46,7 @@ std::set<std::string> outsideUnpack(const Sandbox& box) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  const Sandbox& box = sandbox();
+  const Sandbox box = makeSandbox();
   {
     std::ofstream out(box.archive, std::ios::binary | std::ios::trunc);
     out.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
@@ -62,7 +60,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     __builtin_trap();
   }
   std::error_code ec;
-  fs::remove_all(box.unpackDir, ec);
+  fs::remove_all(box.root, ec);
   if (ec) __builtin_trap();
   return 0;
 }
