@@ -57,6 +57,7 @@ TEST(UnpackAndInspect, AcceptsOnlyThePackageAndNothingLeavesTheFolder) {
        {zipFile("__MACOSX/real/weights.bin", "w"), zipLink(package, "__MACOSX/real")},
        false},
       {"link up and out", {weights, zipLink(package + "/x", "../../x")}, false},
+      {"links in a loop", {zipLink(package + "/a", "b"), zipLink(package + "/b", "a")}, false},
       {"link to an absolute path outside",
        {weights, zipLink(package + "/x", outside.string())},
        false},
