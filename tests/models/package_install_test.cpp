@@ -57,6 +57,7 @@ TEST(UnpackAndInspect, AcceptsOnlyThePackageAndNothingLeavesTheFolder) {
        {zipFile("__MACOSX/real/weights.bin", "w"), zipLink(package, "__MACOSX/real")},
        false},
       {"link up and out", {weights, zipLink(package + "/x", "../../x")}, false},
+      {"links in a loop", {zipLink(package + "/a", "b"), zipLink(package + "/b", "a")}, false},
       {"link to an absolute path outside",
        {weights, zipLink(package + "/x", outside.string())},
        false},
@@ -84,18 +85,24 @@ TEST(UnpackAndInspect, AcceptsOnlyThePackageAndNothingLeavesTheFolder) {
   }
 }
 
-TEST(UnpackAndInspect, RestoresContentsAndLinksAsTheyWere) {
+// Archives written by Info-ZIP's zip (the fuzzer's seeds), not by the library that reads them:
+// one deflated with a "__MACOSX" folder, one with a link stored as a link.
+TEST(UnpackAndInspect, RestoresArchivesOfAnotherWriter) {
   test::TempDir dir;
-  const fs::path archive = dir / "m.zip", unpackDir = dir / "m.unpack";
-  test::writeZip(archive, {zipFile("m.mlpackage/Data/weights.bin", std::string("\0\x01\xff", 3)),
-                           zipLink("m.mlpackage/alias.bin", "Data/weights.bin"),
-                           zipFile("__MACOSX/._m.mlpackage", "rsrc")});
-  ASSERT_TRUE(unpackAndInspect(archive, unpackDir, "m.mlpackage"));
-  const fs::path package = unpackDir / "m.mlpackage";
-  EXPECT_EQ(test::readFile(package / "Data" / "weights.bin"), std::string("\0\x01\xff", 3));
+  const fs::path samples = VELKO_ZIP_SAMPLES, unpackDir = dir / "m.unpack";
+  const fs::path package = unpackDir / "m.mlmodelc";
+  ASSERT_TRUE(unpackAndInspect(samples / "ok.zip", unpackDir, "m.mlmodelc"));
+  EXPECT_EQ(test::readFile(package / "weights.bin"), std::string(300, 'w'));
+  EXPECT_EQ(test::readFile(unpackDir / "__MACOSX" / "._m.mlmodelc"), "r");
+
+  ASSERT_TRUE(unpackAndInspect(samples / "link.zip", unpackDir, "m.mlmodelc"));
+  EXPECT_FALSE(fs::exists(unpackDir / "__MACOSX")) << "the earlier unpacking is cleared first";
   ASSERT_TRUE(fs::is_symlink(package / "alias.bin"));
-  EXPECT_EQ(fs::read_symlink(package / "alias.bin"), "Data/weights.bin");
-  EXPECT_TRUE(fs::exists(unpackDir / "__MACOSX" / "._m.mlpackage"));
+  EXPECT_EQ(fs::read_symlink(package / "alias.bin"), "weights.bin");
+  EXPECT_EQ(test::readFile(package / "alias.bin"), "w");
+
+  EXPECT_FALSE(unpackAndInspect(samples / "out.zip", unpackDir, "m.mlmodelc"));
+  EXPECT_FALSE(unpackAndInspect(samples / "extra.zip", unpackDir, "m.mlmodelc"));
 }
 
 TEST(ReplacePath, TargetEndsAsSourceOrStaysAsItWas) {
