@@ -332,6 +332,23 @@ TEST_F(ModelStoreTest, TransferKeepsWhatCanBeContinuedAndDropsWhatIsWrong) {
   }
 }
 
+// A cancel after the last byte, during the checksum, keeps the complete file, and the next run
+// goes straight to the checksum.
+TEST_F(ModelStoreTest, CancelKeepsTheDownloadForTheNextRun) {
+  const std::string bytes = modelBytes();
+  server_.publish({test::fileModel("m", bytes)}, {bytes});
+  EXPECT_EQ(store(false)->fetch("m", {}, {}).message,
+            "No model list – please connect to the internet.");
+  test::writeFile(part("m"), bytes);
+  auto s = store();
+  EXPECT_EQ(s->fetch("m", {}, [] { return true; }).message, "Cancelled.");
+  EXPECT_EQ(test::readFile(part("m")), bytes);
+  const FetchResult r = s->fetch("m", {}, {});
+  EXPECT_TRUE(r.ok) << r.message;
+  EXPECT_EQ(r.bytesReceived, 0u);
+  EXPECT_TRUE(rangesFor("m.bin").empty());
+}
+
 TEST_F(ModelStoreTest, CoreMLArchiveInstallsAndReplacesTheInstalledPackage) {
   const auto archive = [&](const std::string& weights) {
     test::writeZip(dir_ / weights, {test::zipFile("c.mlmodelc/weights.bin", weights),
