@@ -117,8 +117,7 @@ bool transferInto(Transport& transport, const ModelEntry& entry, const fs::path&
                                  "The downloaded file is larger than announced – discarded."));
     }
     if (cancelled(cancel)) {
-      return failWith(result, FetchError::Cancelled,
-                      core::localizedMessage("Abgebrochen.", "Cancelled."));
+      return failWith(result, FetchError::Cancelled, cancelledMessage());
     }
     if (status == 200 || status == 206) {
       offset = regularFileSize(part);
@@ -223,7 +222,7 @@ FetchResult ModelStore::fetch(const std::string& id, const Progress& onProgress,
   const std::string digest = sha256File(part.string(), cancel);
   // Asked before the comparison, so a digest cut short by a cancel never reads as a bad file.
   if (cancelled(cancel)) {
-    failWith(result, FetchError::Cancelled, core::localizedMessage("Abgebrochen.", "Cancelled."));
+    failWith(result, FetchError::Cancelled, cancelledMessage());
     return result;
   }
   if (digest != entry.sha256) {
