@@ -42,6 +42,10 @@ bool cancelled(const Cancel& cancel) {
   return cancel && cancel();
 }
 
+std::string cancelledMessage() {
+  return core::localizedMessage("Abgebrochen.", "Cancelled.");
+}
+
 // Brings `part` up to the entry's size, starting at `offset`, in at most two transfers: the second
 // only after a 416, which says the server thinks the offset lies beyond the file. True when the
 // file reached the announced size or the loop gave up after two 416 answers (the caller's size
