@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "app/cli_models.h"
 #include "app/cli_plugin.h"
 #include "app/command_line.h"
 #include "app/globals.h"
@@ -17,8 +18,8 @@ namespace {
 // This build has no window yet; say so instead of pretending that one opened.
 int startWindow() {
   std::fprintf(stderr,
-               "velko-installer: this build has no window; use --cli status, --cli install or "
-               "--cli uninstall\n");
+               "velko-installer: this build has no window; use --cli status, --cli install, "
+               "--cli uninstall or --cli models\n");
   return velko::app::kExitFailed;
 }
 
@@ -31,6 +32,10 @@ int main(int argc, char** argv) {
   gShotDelay = line.shotDelay;
   gEnglish = chooseEnglish(velko::platform::preferredLanguage(), line.lang);
   applyMessageLanguage(gEnglish);
+
+  // Model words need no plug-in package, so they go before the search for one. Any word with this
+  // beginning takes the model road, an unknown one is refused there.
+  if (line.cli.rfind("models", 0) == 0) return runModelCommand(line);
 
   // A --plugin folder is taken as it is, with no fallback to the search beside the application.
   const std::optional<velko::installer::PluginPackage> package =

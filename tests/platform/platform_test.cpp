@@ -5,6 +5,7 @@
 
 #include "tests/platform/plist_fixture.h"
 #include "tests/support/test_support.h"
+#include "tests/support/zip_archive.h"
 
 namespace velko::platform {
 namespace {
@@ -146,8 +147,49 @@ TEST(BundlePath, DependsOnWhereTheExecutableLies) {
     const test::ProcessResult run = test::runProcess({exe.string()});
     ASSERT_EQ(run.exitCode, 0) << run.err;
     EXPECT_EQ(run.out, (root / bundle).string() + "\n" +
-                           (root / bundle / "Contents" / "Resources").string() + "\n");
+                           (root / bundle / "Contents" / "Resources").string() + "\n" +
+                           exe.string() + "\n");
   }
+}
+
+TEST(ExtractZip, WritesBelowALinkedDestinationAndLeavesTheWorkingFolder) {
+  test::TempDir dir;
+  // Links above the destination are the user's business (a home folder on another disk); only
+  // the names inside the archive are checked.
+  fs::create_directories(dir / "real" / "dest");
+  fs::create_directory_symlink(dir / "real", dir / "linked");
+  const fs::path archive = dir / "a.zip";
+  test::writeZip(archive, {test::zipFolder("ro/", 0500), test::zipFile("ro/f", "x", 0)});
+  const fs::path before = fs::current_path();
+  ASSERT_TRUE(extractZip(archive, dir / "linked" / "dest"));
+  EXPECT_EQ(fs::current_path(), before);
+  // Modes that would lock the owner out are widened, so a refused package can be cleared away
+  // (checked on the bits: the test may run as root, whom no mode stops).
+  const fs::path ro = dir / "real" / "dest" / "ro";
+  EXPECT_EQ(test::readFile(ro / "f"), "x");
+  EXPECT_EQ(fs::status(ro).permissions(), fs::perms::owner_all);
+  EXPECT_EQ(fs::status(ro / "f").permissions(), fs::perms::owner_read | fs::perms::owner_write);
+  EXPECT_FALSE(extractZip(dir / "missing.zip", dir / "real" / "dest"));
+}
+
+TEST(ExchangePaths, SwapsInOneStepOrChangesNothing) {
+  test::TempDir dir;
+  const fs::path a = dir / "a", b = dir / "b";
+  test::writeFile(a / "id", "a");
+  test::writeFile(b, "b");
+  ASSERT_TRUE(exchangePaths(a, b));
+  EXPECT_EQ(test::readFile(b / "id"), "a");
+  EXPECT_EQ(test::readFile(a), "b");
+
+  EXPECT_FALSE(exchangePaths(a, dir / "missing"));
+  EXPECT_EQ(test::readFile(a), "b");
+  {
+    test::ScopedEnv env({{"VELKO_NO_PATH_EXCHANGE", std::string("1")}});
+    EXPECT_FALSE(exchangePaths(a, b));
+    EXPECT_EQ(test::readFile(a), "b");
+  }
+  test::ScopedEnv env({{"VELKO_NO_PATH_EXCHANGE", std::string("0")}});
+  EXPECT_TRUE(exchangePaths(a, b));
 }
 
 }  // namespace
