@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "installer/plugin_package.h"
+#include "platform/platform.h"
 #include "plugin_export/uxp_locations.h"
 
 namespace velko::installer {
@@ -36,6 +37,14 @@ std::optional<std::string> installedVersion(const std::string& pluginId,
 
 bool photoshopRunning() {
   return plugin_export::isPhotoshopRunning();
+}
+
+int askPhotoshopToQuit() {
+  int asked = 0;
+  for (const int pid : plugin_export::photoshopProcessIds()) {
+    if (platform::askOwnProcessToQuit(pid)) ++asked;
+  }
+  return asked;
 }
 
 }  // namespace velko::installer

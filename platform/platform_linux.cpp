@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <plist/plist.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -139,6 +140,16 @@ std::string writeNewPrivateFile(const std::filesystem::path& file, std::string_v
     ::close(dir);
   }
   return std::string();
+}
+
+bool askOwnProcessToQuit(int pid) {
+  if (pid <= 0) return false;
+  // /proc/<pid> belongs to the process's owner. Compared with our real user, not the
+  // effective one, so a set-uid or root run still spares everyone else's programs.
+  struct stat info {};
+  const std::string proc = "/proc/" + std::to_string(pid);
+  if (::stat(proc.c_str(), &info) != 0 || info.st_uid != ::getuid()) return false;
+  return ::kill(pid, SIGTERM) == 0;
 }
 
 }  // namespace velko::platform
