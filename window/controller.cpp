@@ -45,7 +45,6 @@ void KVController::launch() {
     rebuild();
   }
   _window->show();
-  _window->raise();
   _window->activateWindow();
   _timer.start();
 

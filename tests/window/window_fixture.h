@@ -1,0 +1,118 @@
+// A temp home for the window's tests: a plug-in package, fake Photoshop bundles, a UXP folder, and
+// the real controller on Qt's offscreen platform, driven through its own buttons.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QLabel>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "installer/actions.h"
+#include "installer/plugin_package.h"
+#include "tests/platform/plist_fixture.h"
+#include "tests/support/test_support.h"
+#include "window/controller.h"
+#include "window/look.h"
+#include "window/views.h"
+
+namespace velko::test {
+namespace fs = std::filesystem;
+
+// The one application object of a test binary, offscreen, with the build's Lato faces.
+inline void ensureApplication() {
+  static int argc = 1;
+  static char name[] = "window_test";
+  static char* argv[] = {name, nullptr};
+  if (QApplication::instance() != nullptr) return;
+  qputenv("QT_QPA_PLATFORM", "offscreen");
+  static QApplication app(argc, argv);
+  QApplication::setQuitOnLastWindowClosed(false);
+  window::registerFontFolder(VELKO_FONT_DIR);
+}
+
+// Folders and files of one scene: HOME, the package (com.example.sample 1.2.0), the UXP folder.
+class Scene {
+ public:
+  Scene() : home_(dir_.path()) { writeSamplePlugin(dir_ / "pkg", kId, "1.2.0"); }
+
+  installer::PluginPackage package() const { return *installer::readPluginPackage(dir_ / "pkg"); }
+  fs::path uxp() const { return dir_ / "uxp"; }
+  // A UXP folder below a plain file: every install into it fails.
+  fs::path blockedUxp() const {
+    writeFile(dir_ / "blocker", "");
+    return dir_ / "blocker" / "uxp";
+  }
+  // A Photoshop bundle in $HOME/Applications.
+  void addPhotoshop(const std::string& name, const std::string& version) const {
+    writeFile(dir_ / "Applications" / (name + ".app") / "Contents" / "Info.plist",
+              xmlPlist("<dict><key>CFBundleShortVersionString</key><string>" + version +
+                       "</string></dict>"));
+  }
+  // Installs another version of the same plug-in, as an earlier installer run would have.
+  void preinstall(const std::string& version) const {
+    const fs::path other = dir_ / ("pkg-" + version);
+    writeSamplePlugin(other, kId, version);
+    ASSERT_TRUE(installer::install(*installer::readPluginPackage(other), uxp()).ok);
+  }
+  window::ControllerOptions options(bool english = false) const {
+    window::ControllerOptions options;
+    options.package = package();
+    options.uxpBaseDir = uxp().string();
+    options.english = english;
+    return options;
+  }
+
+  static constexpr const char* kId = "com.example.sample";
+  TempDir dir_;
+
+ private:
+  IsolatedHome home_;
+};
+
+// The launched controller and what a user sees and presses.
+class Window {
+ public:
+  explicit Window(window::ControllerOptions options)
+      : controller_((ensureApplication(), std::move(options))) {
+    controller_.launch();
+  }
+  ~Window() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
+
+  window::KVController& controller() { return controller_; }
+  QWidget& widget() const { return *controller_.window(); }
+
+  // Clicks the button with this object name, as the pointer would; a disabled one ignores it.
+  void press(const QString& objectName) {
+    auto* button = widget().findChild<window::KVButton*>(objectName);
+    if (button == nullptr) {
+      ADD_FAILURE() << "no button " << objectName.toStdString();
+      return;
+    }
+    button->click();
+  }
+
+  // Every label and button of the screen in the order they stand in the view tree. Buttons
+  // read "[title]", disabled ones "[title] (off)".
+  std::vector<std::string> texts() const {
+    std::vector<std::string> texts;
+    for (const QWidget* child : widget().findChildren<QWidget*>()) {
+      if (const auto* label = qobject_cast<const QLabel*>(child)) {
+        texts.push_back(label->text().toStdString());
+      } else if (const auto* button = qobject_cast<const QAbstractButton*>(child)) {
+        texts.push_back("[" + button->text().toStdString() + "]" +
+                        (button->isEnabled() ? "" : " (off)"));
+      }
+    }
+    return texts;
+  }
+
+ private:
+  window::KVController controller_;
+};
+
+}  // namespace velko::test
