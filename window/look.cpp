@@ -29,8 +29,6 @@ bool hasLato(const char* style) {
 QFont lato(QFont::Weight weight) {
   QFont font(QStringLiteral("Lato"));
   font.setWeight(weight);
-  // Asking for the family alone could let fontconfig hand back a neighbour; Lato is there.
-  font.setStyleStrategy(QFont::NoFontMerging);
   return font;
 }
 
