@@ -122,6 +122,28 @@ TEST(WindowPictures, EveryMainScreenInBothLanguages) {
   }
 }
 
+// The waiting screen cannot be reached from the command line: it is pressed to, in-process.
+TEST(WindowPictures, WaitingScreenInBothLanguages) {
+  for (const bool english : {false, true}) {
+    SCOPED_TRACE(english ? "en" : "de");
+    Scene scene;
+    scene.addPhotoshop("Adobe Photoshop 2025", "26.1");
+    window::ControllerOptions options = scene.options(english);
+    options.assumeRunning = true;
+    Window window(options);
+    window.press("primary");
+    const QImage image = window.widget().grab().toImage();
+    fs::create_directories(VELKO_SCREENSHOT_DIR);
+    image.save(QString(VELKO_SCREENSHOT_DIR) + (english ? "/waiting-en.png" : "/waiting-de.png"));
+    ASSERT_EQ(image.size(), QSize(560, 400));
+    expectProbes(image, {kWindow,
+                         kLogoCrossing,
+                         {"card", 40, 160, kCardColor},
+                         {"amber dot", 53, 177, kAmberColor},
+                         {"primary button at rest", 356, 340, kAmberColor}});
+  }
+}
+
 // The program on a real X server: no --cli word opens the window, which draws and quits.
 TEST(WindowPictures, RealWindowUnderXvfb) {
   Scene scene;
