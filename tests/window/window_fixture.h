@@ -1,11 +1,12 @@
 // A temp home for the window's tests: a plug-in package, fake Photoshop bundles, a UXP folder, and
-// the real controller on Qt's offscreen platform, driven through its own buttons.
+// the real controller on Qt's offscreen platform (made by qt_test_main.cpp), driven through its own
+// buttons.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <QAbstractButton>
-#include <QApplication>
+#include <QCoreApplication>
 #include <QLabel>
 
 #include <filesystem>
@@ -17,23 +18,10 @@
 #include "tests/platform/plist_fixture.h"
 #include "tests/support/test_support.h"
 #include "window/controller.h"
-#include "window/look.h"
 #include "window/views.h"
 
 namespace velko::test {
 namespace fs = std::filesystem;
-
-// The one application object of a test binary, offscreen, with the build's Lato faces.
-inline void ensureApplication() {
-  static int argc = 1;
-  static char name[] = "window_test";
-  static char* argv[] = {name, nullptr};
-  if (QApplication::instance() != nullptr) return;
-  qputenv("QT_QPA_PLATFORM", "offscreen");
-  static QApplication app(argc, argv);
-  QApplication::setQuitOnLastWindowClosed(false);
-  window::registerFontFolder(VELKO_FONT_DIR);
-}
 
 // Folders and files of one scene: HOME, the package (com.example.sample 1.2.0), the UXP folder.
 class Scene {
@@ -77,8 +65,7 @@ class Scene {
 // The launched controller and what a user sees and presses.
 class Window {
  public:
-  explicit Window(window::ControllerOptions options)
-      : controller_((ensureApplication(), std::move(options))) {
+  explicit Window(window::ControllerOptions options) : controller_(std::move(options)) {
     controller_.launch();
   }
   ~Window() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
