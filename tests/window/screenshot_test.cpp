@@ -54,7 +54,7 @@ std::vector<std::string> withPackage(const Scene& scene, std::vector<std::string
   return args;
 }
 
-QImage shoot(const Scene& scene, const std::vector<std::string>& args, const std::string& file,
+QImage shoot(const std::vector<std::string>& args, const std::string& file,
              const std::map<std::string, std::optional<std::string>>& env,
              std::vector<std::string> prefix = {}) {
   std::vector<std::string> argv = std::move(prefix);
@@ -66,7 +66,6 @@ QImage shoot(const Scene& scene, const std::vector<std::string>& args, const std
   argv.insert(argv.end(), {"--screenshot", path});
   const ProcessResult run = runProcess(argv, env);
   EXPECT_EQ(run.exitCode, 0) << run.err;
-  (void)scene;
   return QImage(QString::fromStdString(path));
 }
 
@@ -114,7 +113,7 @@ TEST(WindowPictures, EveryMainScreenInBothLanguages) {
       Scene scene;
       std::vector<std::string> args = screen.args(scene);
       args.insert(args.end(), {"--lang", lang, "--shot-delay", "0"});
-      const QImage image = shoot(scene, args, std::string(screen.name) + "-" + lang + ".png",
+      const QImage image = shoot(args, std::string(screen.name) + "-" + lang + ".png",
                                  {{"QT_QPA_PLATFORM", "offscreen"}});
       ASSERT_EQ(image.size(), screen.size);
       expectProbes(image, screen.probes);
@@ -148,9 +147,9 @@ TEST(WindowPictures, WaitingScreenInBothLanguages) {
 TEST(WindowPictures, RealWindowUnderXvfb) {
   Scene scene;
   scene.addPhotoshop("Adobe Photoshop 2025", "26.1");
-  const QImage image = shoot(scene, withPackage(scene, {"--lang", "de"}), "xvfb-idle-de.png",
-                             {{"QT_QPA_PLATFORM", "xcb"}},
-                             {"/usr/bin/xvfb-run", "-a", "-s", "-screen 0 1280x800x24"});
+  const QImage image =
+      shoot(withPackage(scene, {"--lang", "de"}), "xvfb-idle-de.png", {{"QT_QPA_PLATFORM", "xcb"}},
+            {"/usr/bin/xvfb-run", "-a", "-s", "-screen 0 1280x800x24"});
   ASSERT_EQ(image.size(), QSize(560, 400));
   expectProbes(image, {kWindow, kLogoCrossing, {"card", 40, 160, kCardColor}, kPrimaryAtRest});
 }
