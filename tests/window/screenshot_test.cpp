@@ -143,6 +143,72 @@ TEST(WindowPictures, WaitingScreenInBothLanguages) {
   }
 }
 
+// The button table state by state, read off the window's picture at fixed places.
+TEST(WindowPictures, ButtonsDrawTheirStates) {
+  const QColor kOutline(221, 222, 224);      // white at 0.85 over the background
+  const QColor kSecondaryHover(46, 54, 63);  // white at 0.08 over the background
+  Scene scene;
+  scene.preinstall("1.0.0");
+  Window noPhotoshop(scene.options());  // "Aktualisieren" disabled, "Deinstallieren" enabled
+  scene.addPhotoshop("Adobe Photoshop 2025", "26.1");
+  Window compatible(scene.options());
+  const auto button = [](Window& window, const char* name) {
+    return window.widget().findChild<window::KVButton*>(name);
+  };
+  const struct {
+    const char* what;
+    Window& window;
+    const char* button;
+    bool hovering, down;
+    Probe probe;
+  } states[] = {
+      {"disabled primary under the pointer",
+       noPhotoshop,
+       "primary",
+       true,
+       false,
+       {"fill", 384, 340, kAmberDisabled}},
+      {"secondary at rest",
+       noPhotoshop,
+       "secondary",
+       false,
+       false,
+       {"no fill", 222, 340, kBackground}},
+      {"secondary at rest",
+       noPhotoshop,
+       "secondary",
+       false,
+       false,
+       {"outline", 216, 351, kOutline}},
+      {"secondary under the pointer",
+       noPhotoshop,
+       "secondary",
+       true,
+       false,
+       {"fill", 222, 340, kSecondaryHover}},
+      {"primary under the pointer",
+       compatible,
+       "primary",
+       true,
+       false,
+       {"fill", 384, 340, QColor(255, 177, 38)}},
+      {"primary held down",
+       compatible,
+       "primary",
+       true,
+       true,
+       {"fill", 384, 340, QColor(224, 143, 0)}},
+  };
+  for (const auto& state : states) {
+    SCOPED_TRACE(state.what);
+    window::KVButton* b = button(state.window, state.button);
+    ASSERT_NE(b, nullptr);
+    b->setHovering(state.hovering);
+    b->setDown(state.down);
+    expectProbes(state.window.widget().grab().toImage(), {state.probe});
+  }
+}
+
 // The program on a real X server: no --cli word opens the window, which draws and quits.
 TEST(WindowPictures, RealWindowUnderXvfb) {
   Scene scene;
