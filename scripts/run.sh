@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The installer's main job from a fresh machine: install what is missing, build, show the status and
-# install the sample plug-in package for the current user.
+# The installer's main job from a fresh machine: install what is missing, build, show the status,
+# install the sample plug-in package for the current user, and show the window (or its pictures).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/install-deps.sh

@@ -209,6 +209,15 @@ TEST(WindowPictures, ButtonsDrawTheirStates) {
   }
 }
 
+TEST(WindowPictures, FailedPictureWriteStillQuits) {
+  Scene scene;
+  const ProcessResult run = runProcess(
+      {VELKO_INSTALLER_EXE, "--screenshot", (scene.dir_ / "missing" / "shot.png").string()},
+      {{"QT_QPA_PLATFORM", "offscreen"}});
+  EXPECT_EQ(run.exitCode, 0) << run.err;
+  EXPECT_FALSE(fs::exists(scene.dir_ / "missing"));
+}
+
 // The program on a real X server: no --cli word opens the window, which draws and quits.
 TEST(WindowPictures, RealWindowUnderXvfb) {
   Scene scene;
