@@ -1,8 +1,8 @@
 // The installer's single entry: reads the command line, settles the language, finds the plug-in
 // package and runs one command-line action or hands over to the window.
-#include <cstdio>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "app/cli_models.h"
@@ -12,18 +12,7 @@
 #include "app/language.h"
 #include "installer/plugin_package.h"
 #include "platform/platform.h"
-
-namespace {
-
-// This build has no window yet; say so instead of pretending that one opened.
-int startWindow() {
-  std::fprintf(stderr,
-               "velko-installer: this build has no window; use --cli status, --cli install, "
-               "--cli uninstall or --cli models\n");
-  return velko::app::kExitFailed;
-}
-
-}  // namespace
+#include "window/window_start.h"
 
 int main(int argc, char** argv) {
   using namespace velko::app;
@@ -42,5 +31,16 @@ int main(int argc, char** argv) {
       line.plugin.empty() ? velko::installer::findPluginPackage(velko::platform::bundlePath())
                           : velko::installer::readPluginPackage(line.plugin);
   if (!line.cli.empty()) return runPluginCommand(line, package);
-  return startWindow();
+
+  velko::window::ControllerOptions options;
+  options.package = package;
+  options.uxpBaseDir = line.uxpBaseDir;
+  options.screenshotPath = QString::fromStdString(line.screenshot);
+  options.autoAction = line.autoAction;
+  options.assumeRunning = line.assumeRunning;
+  options.english = gEnglish;
+  options.openModels = gOpenModels;
+  options.shotDelay = gShotDelay;
+  return velko::window::runWindow(argv[0], velko::platform::resourcePath() / "Fonts",
+                                  std::move(options));
 }

@@ -78,3 +78,12 @@ bool extractZip(const std::filesystem::path& archive, const std::filesystem::pat
 bool exchangePaths(const std::filesystem::path& a, const std::filesystem::path& b);
 
 }  // namespace velko::platform
+
+namespace velko::platform {
+
+// Asks process `pid` politely to quit (SIGTERM), but only when it belongs to the user running the
+// installer, so that not even a run as root reaches another user's program. Does not wait.
+// False when the process is another user's, has ended, or the signal could not be sent.
+bool askOwnProcessToQuit(int pid);
+
+}  // namespace velko::platform

@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <plist/plist.h>
 #include <sched.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -276,6 +277,16 @@ bool exchangePaths(const std::filesystem::path& a, const std::filesystem::path& 
   const char* disabled = std::getenv("VELKO_NO_PATH_EXCHANGE");
   if (disabled != nullptr && std::strcmp(disabled, "1") == 0) return false;
   return ::renameat2(AT_FDCWD, a.c_str(), AT_FDCWD, b.c_str(), RENAME_EXCHANGE) == 0;
+}
+
+bool askOwnProcessToQuit(int pid) {
+  if (pid <= 0) return false;
+  // /proc/<pid> belongs to the process's owner. Compared with our real user, not the
+  // effective one, so a set-uid or root run still spares everyone else's programs.
+  struct stat info {};
+  const std::string proc = "/proc/" + std::to_string(pid);
+  if (::stat(proc.c_str(), &info) != 0 || info.st_uid != ::getuid()) return false;
+  return ::kill(pid, SIGTERM) == 0;
 }
 
 }  // namespace velko::platform

@@ -2,6 +2,10 @@
 #include "platform/platform.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
 
 #include "tests/platform/plist_fixture.h"
 #include "tests/support/test_support.h"
@@ -26,6 +30,34 @@ TEST(ProcessTable, ShortNameCutAt32BytesWhileTheProcessLives) {
     ended = child.pid();
   }
   EXPECT_EQ(processShortName(ended), std::nullopt);
+}
+
+// The quit request reaches the user's own process and never another user's, even from root.
+TEST(ProcessTable, QuitRequestSparesOtherUsersProcesses) {
+  test::TempDir dir;
+  test::FakeProcess own(dir / "own", "sleeper");
+  EXPECT_FALSE(askOwnProcessToQuit(0));
+  EXPECT_TRUE(askOwnProcessToQuit(own.pid()));
+  int status = 0;
+  ASSERT_EQ(waitpid(own.pid(), &status, 0), own.pid());
+  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
+  EXPECT_FALSE(askOwnProcessToQuit(own.pid())) << "an ended process";
+
+  if (getuid() != 0) GTEST_SKIP() << "another user's process needs root to start";
+  fs::permissions(dir.path(),
+                  fs::perms::owner_all | fs::perms::group_exec | fs::perms::others_exec);
+  fs::copy_file("/bin/sleep", dir / "sleeper");
+  const pid_t other = test::startProcess({"/usr/bin/setpriv", "--reuid=65534", "--regid=65534",
+                                          "--clear-groups", (dir / "sleeper").string(), "300"});
+  // setpriv keeps its pid when it becomes the sleeper; wait until it has.
+  while (processShortName(other) != "sleeper") {
+    ASSERT_EQ(waitpid(other, &status, WNOHANG), 0) << "setpriv ended early";
+    usleep(1000);
+  }
+  EXPECT_FALSE(askOwnProcessToQuit(other));
+  EXPECT_EQ(kill(other, 0), 0) << "the other user's process must still run";
+  kill(other, SIGKILL);
+  waitpid(other, &status, 0);
 }
 
 TEST(PropertyListString, XmlAndBinaryGiveTheSameAnswers) {
