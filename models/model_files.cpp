@@ -3,8 +3,11 @@
 #include "models/model_files.h"
 
 #include <fstream>
-#include <iterator>
+#include <optional>
 #include <system_error>
+#include <utility>
+
+#include "platform/platform.h"
 
 namespace velko::models {
 
@@ -23,10 +26,11 @@ void writeFileAtomic(const std::filesystem::path& path, const std::string& conte
 }
 
 bool readFile(const std::filesystem::path& path, std::string& contents) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) return false;
-  contents.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-  return !in.bad();
+  // A FIFO or device planted in the model folder is unreadable, never waited on.
+  std::optional<std::string> text = platform::readRegularFile(path);
+  if (!text) return false;
+  contents = std::move(*text);
+  return true;
 }
 
 }  // namespace velko::models

@@ -11,7 +11,8 @@ namespace velko::models {
 // write leaves `path` as it was (and maybe the temporary file), which callers accept. No fsync.
 void writeFileAtomic(const std::filesystem::path& path, const std::string& contents);
 
-// The whole file, byte for byte, in `contents`. False when it cannot be opened or read to its end.
+// The whole file, byte for byte, in `contents`. False when it cannot be opened or read to its end,
+// or is no regular file.
 bool readFile(const std::filesystem::path& path, std::string& contents);
 
 }  // namespace velko::models

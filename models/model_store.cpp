@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <system_error>
 
+#include "core/outside_json.h"
 #include "core/public_key.h"
 #include "core/user_model_directory.h"
 #include "models/model_files.h"
@@ -96,8 +97,10 @@ bool ModelStore::updateAvailable(const std::string& id) const {
   std::string text;
   // No marker, no offer: a package put there by hand is never replaced behind the user's back.
   if (!readFile(installedMarker(options_.modelDir, id), text)) return false;
+  const core::ParsedJson marker = core::parseOutsideJson(text);
+  if (!marker.value) return false;
   try {
-    return nlohmann::json::parse(text).value("sha256", std::string()) != entry->sha256;
+    return marker.value->value("sha256", std::string()) != entry->sha256;
   } catch (const nlohmann::json::exception&) {
     return false;
   }
