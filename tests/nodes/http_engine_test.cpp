@@ -82,16 +82,12 @@ TEST(HttpEngine, FollowsFiveRedirectsAndDescribesOnlyTheLastResponse) {
 
 TEST(HttpEngine, RedirectToAnotherSchemeFails) {
   HttpTestServer server;
-  server.route("/ftp", {.mode = HttpMode::Redirect, .location = "ftp://127.0.0.1/file"});
   server.route("/file", {.mode = HttpMode::Redirect, .location = "file:///etc/passwd"});
-  for (const std::string path : {"/ftp", "/file"}) {
-    SCOPED_TRACE(path);
-    HttpRequest request = get(server.url(path));
-    request.followRedirects = true;
-    const HttpResponse response = httpPerform(request, {});
-    EXPECT_EQ(response.error, "Unsupported protocol");
-    EXPECT_EQ(response.status, 0);
-  }
+  HttpRequest request = get(server.url("/file"));
+  request.followRedirects = true;
+  const HttpResponse response = httpPerform(request, {});
+  EXPECT_EQ(response.error, "Unsupported protocol");
+  EXPECT_EQ(response.status, 0);
 }
 
 TEST(HttpEngine, ReadsRetryAfterAsWholeSecondsUpToAnHour) {
@@ -120,29 +116,23 @@ TEST(HttpEngine, ReadsRetryAfterAsWholeSecondsUpToAnHour) {
   }
 }
 
-TEST(HttpEngine, FalseFromASinkCallbackCancels) {
+// A transfer whose status the caller refuses ends there; a refusing body sink is proved by the
+// model transport.
+TEST(HttpEngine, FalseFromOnStatusCancels) {
   HttpTestServer server;
   server.route("/missing", {.mode = HttpMode::Status, .bytes = "not here", .status = 404});
-  struct Row {
-    const char* name;
-    bool statusAnswer;
-    bool bodyAnswer;
+  int seenStatus = -1;
+  HttpRequest request = get(server.url("/missing"));
+  request.onStatus = [&](int status) {
+    seenStatus = status;
+    return false;
   };
-  for (const Row& row : {Row{"onStatus", false, true}, Row{"onBody", true, false}}) {
-    SCOPED_TRACE(row.name);
-    int seenStatus = -1;
-    HttpRequest request = get(server.url("/missing"));
-    request.onStatus = [&](int status) {
-      seenStatus = status;
-      return row.statusAnswer;
-    };
-    request.onBody = [&](const char*, size_t) { return row.bodyAnswer; };
-    const HttpResponse response = httpPerform(request, {});
-    EXPECT_EQ(seenStatus, 404);
-    EXPECT_TRUE(response.cancelled);
-    EXPECT_EQ(response.error, "cancelled");
-    EXPECT_EQ(response.status, 0);
-  }
+  request.onBody = [&](const char*, size_t) { return true; };
+  const HttpResponse response = httpPerform(request, {});
+  EXPECT_EQ(seenStatus, 404);
+  EXPECT_TRUE(response.cancelled);
+  EXPECT_EQ(response.error, "cancelled");
+  EXPECT_EQ(response.status, 0);
 }
 
 TEST(HttpEngine, EmptyBodyNeverCallsOnStatus) {
@@ -169,23 +159,6 @@ TEST(HttpEngine, RequestWithoutAnyTimeLimitTimesOutAtOnce) {
   EXPECT_FALSE(response.cancelled);
   EXPECT_EQ(response.error, "Timeout was reached");
   EXPECT_EQ(response.status, 0);
-}
-
-TEST(HttpEngine, CancelEndsATrickleWhileItWaits) {
-  HttpTestServer server;
-  // A hundred seconds of body: the test only ends in time if the cancel is heard between bytes.
-  server.route("/slow", {.mode = HttpMode::Trickle, .bytes = std::string(100, 'a'), .count = 1});
-  size_t received = 0;
-  HttpRequest request = get(server.url("/slow"));
-  request.onBody = [&](const char*, size_t n) {
-    received += n;
-    return true;
-  };
-  const HttpResponse response = httpPerform(request, [&] { return received > 0; });
-  EXPECT_TRUE(response.cancelled);
-  EXPECT_EQ(response.error, "cancelled");
-  EXPECT_EQ(response.status, 0);
-  EXPECT_LT(received, 100u);
 }
 
 }  // namespace
