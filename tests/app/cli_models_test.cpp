@@ -98,80 +98,56 @@ TEST_F(CliModelsTest, FailureMessagesInBothLanguages) {
   const std::string noFolder = (dir_ / "file" / "models").string();
   writeFile(dir_ / "file", "");
 
-  const struct {
-    std::vector<std::string> args;
-    const char* german;
-    const char* english;
-    Env env;
-  } rows[] = {
-      {{"--cli", "models-fetch"},
-       "Modell „“ steht nicht in der Modell-Liste.",
-       "Model \"\" is not in the model list.",
-       {}},
-      {{"--cli", "models-fetch", "--model", "nope"},
-       "Modell „nope“ steht nicht in der Modell-Liste.",
-       "Model \"nope\" is not in the model list.",
-       {}},
-      {{"--cli", "models-fetch", "--model", "new"},
-       "Dieses Modell braucht Solstice Velko 9.0 oder neuer.",
-       "This model needs Solstice Velko 9.0 or newer.",
-       {}},
-      {{"--cli", "models-fetch", "--model", "huge"},
-       "Nicht genug freier Speicher für Titel huge (1500000 GB).",
-       "Not enough free disk space for Title huge (1500000 GB).",
-       {}},
-      {{"--cli", "models-fetch", "--model", "off"},
-       "Keine Verbindung zum Modell-Server (Couldn't connect to server).",
-       "No connection to the model server (Couldn't connect to server).",
-       {}},
-      {{"--cli", "models-fetch", "--model", "e500"},
-       "Modell-Server antwortet mit HTTP 500.",
-       "Model server answered HTTP 500.",
-       {}},
-      {{"--cli", "models-fetch", "--model", "cut"},
-       "Download unterbrochen – „Laden“ setzt ihn fort.",
-       "Download interrupted – \"Download\" resumes it.",
-       {}},
-      {{"--cli", "models-fetch", "--model", "over"},
-       "Die geladene Datei ist größer als angekündigt – verworfen.",
-       "The downloaded file is larger than announced – discarded.",
-       {}},
-      {{"--cli", "models-fetch", "--model", "range"},
-       "Die geladene Datei hat nicht die angekündigte Größe – verworfen.",
-       "The downloaded file does not have the announced size – discarded.",
-       {}},
-      {{"--cli", "models-fetch", "--model", "bad"},
-       "Die geladene Datei ist beschädigt (Prüfsumme stimmt nicht) – verworfen.",
-       "The downloaded file is damaged (checksum mismatch) – discarded.",
-       {}},
-      {{"--cli", "models-fetch", "--model", "zip"},
-       "Modell-Paket ließ sich nicht entpacken.",
-       "The model package could not be unpacked.",
-       {}},
-      {{"--cli", "models-remove", "--model", "bad"},
-       "Dieses Modell liegt nicht im Modell-Ordner.",
-       "This model is not in the model folder.",
-       {}},
-      {{"--cli", "models-fetch", "--model", "bad"},
-       "Modell-Ordner nicht anlegbar: ",
-       "Cannot create the model folder: ",
-       {{"VELKO_MODEL_STORE", noFolder}}},
-  };
-  for (const auto& row : rows) {
-    for (const bool english : {false, true}) {
-      SCOPED_TRACE(row.args.back() + (english ? " en" : " de"));
-      std::vector<std::string> args = row.args;
-      args.insert(args.end(), {"--lang", english ? "en" : "de"});
+  // Runs `args` in German and in English: exit code 1, nothing on stdout, the message on stderr.
+  const auto expectFailure = [&](std::vector<std::string> args, const std::string& german,
+                                 const std::string& english, const Env& extra = {}) {
+    for (const bool en : {false, true}) {
+      SCOPED_TRACE(args.back() + (en ? " en" : " de"));
+      std::vector<std::string> line = args;
+      line.insert(line.end(), {"--lang", en ? "en" : "de"});
       Env env = serverEnv();
-      env.insert(row.env.begin(), row.env.end());
-      const ProcessResult r = run(args, env);
-      const std::string suffix = row.env.empty() ? "" : noFolder;
+      env.insert(extra.begin(), extra.end());
+      const ProcessResult r = run(line, env);
       EXPECT_EQ(r.exitCode, 1);
       EXPECT_EQ(r.out, "");
-      EXPECT_EQ(r.err,
-                "failed: " + std::string(english ? row.english : row.german) + suffix + "\n");
+      EXPECT_EQ(r.err, "failed: " + (en ? english : german) + "\n");
     }
+  };
+  const struct {
+    const char* model;  // empty: no --model at all
+    const char* german;
+    const char* english;
+  } fetches[] = {
+      {"", "Modell „“ steht nicht in der Modell-Liste.", "Model \"\" is not in the model list."},
+      {"new", "Dieses Modell braucht Solstice Velko 9.0 oder neuer.",
+       "This model needs Solstice Velko 9.0 or newer."},
+      {"huge", "Nicht genug freier Speicher für Titel huge (1500000 GB).",
+       "Not enough free disk space for Title huge (1500000 GB)."},
+      {"off", "Keine Verbindung zum Modell-Server (Couldn't connect to server).",
+       "No connection to the model server (Couldn't connect to server)."},
+      {"e500", "Modell-Server antwortet mit HTTP 500.", "Model server answered HTTP 500."},
+      {"cut", "Download unterbrochen – „Laden“ setzt ihn fort.",
+       "Download interrupted – \"Download\" resumes it."},
+      {"over", "Die geladene Datei ist größer als angekündigt – verworfen.",
+       "The downloaded file is larger than announced – discarded."},
+      {"range", "Die geladene Datei hat nicht die angekündigte Größe – verworfen.",
+       "The downloaded file does not have the announced size – discarded."},
+      {"bad", "Die geladene Datei ist beschädigt (Prüfsumme stimmt nicht) – verworfen.",
+       "The downloaded file is damaged (checksum mismatch) – discarded."},
+      {"zip", "Modell-Paket ließ sich nicht entpacken.",
+       "The model package could not be unpacked."},
+  };
+  for (const auto& row : fetches) {
+    std::vector<std::string> args = {"--cli", "models-fetch"};
+    if (*row.model != '\0') args.insert(args.end(), {"--model", row.model});
+    expectFailure(args, row.german, row.english);
   }
+  expectFailure({"--cli", "models-remove", "--model", "bad"},
+                "Dieses Modell liegt nicht im Modell-Ordner.",
+                "This model is not in the model folder.");
+  expectFailure({"--cli", "models-fetch", "--model", "bad"},
+                "Modell-Ordner nicht anlegbar: " + noFolder,
+                "Cannot create the model folder: " + noFolder, {{"VELKO_MODEL_STORE", noFolder}});
   // The version and free-space refusals come before a single byte is asked for.
   for (const RecordedRequest& r : server_.http.requests()) {
     EXPECT_NE(r.path, "/m/huge.bin");
