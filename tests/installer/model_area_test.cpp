@@ -12,7 +12,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using Env = std::map<std::string, std::optional<std::string>>;
-using test::HttpMode;
 
 class ModelAreaTest : public ::testing::Test {
  protected:
@@ -68,11 +67,9 @@ TEST_F(ModelAreaTest, WithoutAListEverythingIsEmpty) {
 
 TEST_F(ModelAreaTest, RowsAndWhatIsDue) {
   const std::string bytes(1000, 'x');
-  nlohmann::json germanOnly = test::fileModel("de", bytes);
-  germanOnly["title_en"] = "";
   nlohmann::json tooNew = test::fileModel("new", bytes);
   tooNew["min_velko"] = "1.0.1";
-  server_.publish({test::fileModel("old", bytes), germanOnly, tooNew,
+  server_.publish({test::fileModel("old", bytes), test::fileModel("miss", bytes), tooNew,
                    test::fileModel("part", bytes), test::coremlModel("bun", bytes)},
                   {bytes, bytes, bytes, bytes, bytes});
   test::writeFile(modelDir() / "old.bin", "12345");
@@ -88,7 +85,7 @@ TEST_F(ModelAreaTest, RowsAndWhatIsDue) {
     bool compatible;
   } expected[] = {
       {"old", "Title old", ModelRowState::Installed, true, true},
-      {"de", "Titel de", ModelRowState::Missing, false, true},
+      {"miss", "Title miss", ModelRowState::Missing, false, true},
       {"new", "Title new", ModelRowState::Missing, false, false},
       {"part", "Title part", ModelRowState::Partial, false, true},
       {"bun", "Title bun", ModelRowState::Bundled, false, true},
@@ -110,22 +107,6 @@ TEST_F(ModelAreaTest, RowsAndWhatIsDue) {
   // model nor the one this application is too old for.
   EXPECT_EQ(area()->pendingBytes(), 3000u);
   EXPECT_EQ(area()->installedBytes(), 5u);
-}
-
-TEST_F(ModelAreaTest, BatchCountsFailuresAndGoesOn) {
-  publishThree();
-  server_.http.route("/m/b.bin", {HttpMode::Status, "", 0, 404});
-  std::vector<std::string> started;
-  const BatchResult batch = area()->fetchAll(
-      [&](int index, int count, const std::string& id) {
-        started.push_back(std::to_string(index) + "/" + std::to_string(count) + " " + id);
-      },
-      {}, {});
-  EXPECT_EQ(started, (std::vector<std::string>{"0/3 a", "1/3 b", "2/3 c"}));
-  EXPECT_EQ(batch.loaded, 2);
-  EXPECT_EQ(batch.failed, 1);
-  EXPECT_FALSE(batch.cancelled);
-  EXPECT_EQ(batch.firstError, "Model server answered HTTP 404.");
 }
 
 TEST_F(ModelAreaTest, CancelStopsTheBatchWithoutCountingIt) {
