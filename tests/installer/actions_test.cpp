@@ -64,11 +64,9 @@ TEST(Actions, OutcomeOfEachStepInSequence) {
     const char *previous, *removed;  // removed: the one older folder the step removes, if any
   } steps[] = {
       {nullptr, "1.0", ActionOutcome::Installed, "", nullptr},
-      {nullptr, "1.0", ActionOutcome::Reinstalled, "1.0", nullptr},
       // Equal as versions but not as text: an update.
       {nullptr, "1.0.0", ActionOutcome::Updated, "1.0", "1.0"},
       {nullptr, nullptr, ActionOutcome::Uninstalled, "1.0.0", nullptr},
-      {nullptr, nullptr, ActionOutcome::NothingToUninstall, "", nullptr},
       {"0.9", nullptr, ActionOutcome::Uninstalled, "", nullptr},
       {"1.0.0", "1.0.0", ActionOutcome::Reinstalled, "", nullptr},
       {nullptr, nullptr, ActionOutcome::Uninstalled, "1.0.0", nullptr},
