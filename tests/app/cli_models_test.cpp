@@ -30,6 +30,22 @@ class CliModelsTest : public CliTest {
     return run(args, serverEnv());
   }
 
+  // Runs `args` in German and in English: exit code 1, nothing on stdout, the message on stderr.
+  void expectFailure(const std::vector<std::string>& args, const std::string& german,
+                     const std::string& english, const Env& extra = {}) const {
+    for (const bool en : {false, true}) {
+      SCOPED_TRACE(args.back() + (en ? " en" : " de"));
+      std::vector<std::string> line = args;
+      line.insert(line.end(), {"--lang", en ? "en" : "de"});
+      Env env = serverEnv();
+      env.insert(extra.begin(), extra.end());
+      const ProcessResult r = run(line, env);
+      EXPECT_EQ(r.exitCode, 1);
+      EXPECT_EQ(r.out, "");
+      EXPECT_EQ(r.err, "failed: " + (en ? english : german) + "\n");
+    }
+  }
+
   // An address where nothing listens: the port of a server that has gone.
   static std::string closedAddress(const std::string& path) {
     HttpTestServer gone;
@@ -98,21 +114,6 @@ TEST_F(CliModelsTest, FailureMessagesInBothLanguages) {
   const std::string noFolder = (dir_ / "file" / "models").string();
   writeFile(dir_ / "file", "");
 
-  // Runs `args` in German and in English: exit code 1, nothing on stdout, the message on stderr.
-  const auto expectFailure = [&](std::vector<std::string> args, const std::string& german,
-                                 const std::string& english, const Env& extra = {}) {
-    for (const bool en : {false, true}) {
-      SCOPED_TRACE(args.back() + (en ? " en" : " de"));
-      std::vector<std::string> line = args;
-      line.insert(line.end(), {"--lang", en ? "en" : "de"});
-      Env env = serverEnv();
-      env.insert(extra.begin(), extra.end());
-      const ProcessResult r = run(line, env);
-      EXPECT_EQ(r.exitCode, 1);
-      EXPECT_EQ(r.out, "");
-      EXPECT_EQ(r.err, "failed: " + (en ? english : german) + "\n");
-    }
-  };
   const struct {
     const char* model;  // empty: no --model at all
     const char* german;
@@ -218,16 +219,11 @@ TEST_F(CliModelsTest, ModelLockHoldsAcrossProcesses) {
   }
   ASSERT_TRUE(asked());
 
-  const ProcessResult busy = runModels({"--cli", "models-fetch", "--model", "slow"});
-  EXPECT_EQ(busy.exitCode, 1);
-  EXPECT_EQ(busy.err, "failed: This model is already being downloaded.\n");
-  const ProcessResult busyDe = runModels({"--cli", "models-fetch", "--model", "slow"}, "de");
-  EXPECT_EQ(busyDe.err, "failed: Dieses Modell wird gerade schon geladen.\n");
-  const ProcessResult removing = runModels({"--cli", "models-remove", "--model", "slow"}, "de");
-  EXPECT_EQ(removing.exitCode, 1);
-  EXPECT_EQ(removing.err, "failed: Dieses Modell wird gerade geladen.\n");
-  const ProcessResult removingEn = runModels({"--cli", "models-remove", "--model", "slow"});
-  EXPECT_EQ(removingEn.err, "failed: This model is being downloaded right now.\n");
+  expectFailure({"--cli", "models-fetch", "--model", "slow"},
+                "Dieses Modell wird gerade schon geladen.",
+                "This model is already being downloaded.");
+  expectFailure({"--cli", "models-remove", "--model", "slow"}, "Dieses Modell wird gerade geladen.",
+                "This model is being downloaded right now.");
   const ProcessResult other = runModels({"--cli", "models-fetch", "--model", "a"});
   EXPECT_EQ(other.out, "loaded a\n") << other.err;
   int status = 0;
