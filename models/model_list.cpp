@@ -150,10 +150,11 @@ ListResult verifyModelList(const std::string& listText, const std::string& signa
                 "Model list: invalid signature – the list is not used.");
   }
 
-  json root;
-  try {
-    root = json::parse(listText, nullptr, /*allow_exceptions=*/true, /*ignore_comments=*/false);
-  } catch (const json::parse_error&) {
+  // Without exceptions, every way the parse can fail (syntax, a number beyond double's range)
+  // comes back as a discarded value.
+  const json root =
+      json::parse(listText, nullptr, /*allow_exceptions=*/false, /*ignore_comments=*/false);
+  if (root.is_discarded()) {
     return fail("Modell-Liste: kein gültiges JSON.", "Model list: not valid JSON.");
   }
 

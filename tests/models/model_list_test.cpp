@@ -68,6 +68,7 @@ TEST(ModelListTest, WholeListsAcceptedOrRefusedWithTheirMessage) {
       {"", "", notJson},
       {kList + kList, "", notJson},
       {"// comment\n" + kList, "", notJson},
+      {"99995555555555595E555555555555555554", "", notJson},  // overflows a double
       {"[]", "", missing},
       {R"({"format":1})", "", missing},
       {R"({"format":1,"models":{}})", "", missing},

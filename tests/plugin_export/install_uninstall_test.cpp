@@ -114,6 +114,7 @@ TEST_F(UxpTest, RefusalsLeaveRegistryAndFoldersAlone) {
   } cases[] = {
       {"{\"plugins\": [", {}, parse},
       {"// note\n{\"plugins\": []}", {}, parse},
+      {"{\"plugins\": [1e999]}", {}, parse},  // a number beyond double's range
       {"{\"plugins\": {}}", {}, format},
       {"{\"Plugins\": []}", {}, format},
       {good, "com.other", foreign + target},
