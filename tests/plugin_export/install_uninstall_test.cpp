@@ -52,7 +52,8 @@ TEST_F(UxpTest, Scenarios) {
     json after;
     std::vector<std::string> removed, warnings;
   } scenarios[] = {
-      {"install, fresh", true, nullptr, {}, {kNewEntry}, {}, {}},
+      // Spelled out: clang reads a one-element brace list of a json as a copy, gcc as an array.
+      {"install, fresh", true, nullptr, {}, json::array({kNewEntry}), {}, {}},
       {"install, not ours", true, others, {{v("1.0"), kId}}, othersAfter, {v("1.0")}, {}},
       {"install, hostile paths and leftovers",
        true,
