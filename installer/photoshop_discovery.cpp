@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <system_error>
 
-#include "installer/plugin_package.h"
 #include "installer/version_compare.h"
 #include "platform/platform.h"
 
@@ -50,7 +49,8 @@ std::vector<fs::path> collectBundlePaths(const std::vector<fs::path>& roots) {
 }
 
 std::string bundleVersion(const fs::path& bundle) {
-  const std::optional<std::string> plist = readTextFile(bundle / "Contents" / "Info.plist");
+  const std::optional<std::string> plist =
+      platform::readRegularFile(bundle / "Contents" / "Info.plist");
   if (!plist) return {};
   return platform::propertyListString(*plist, "CFBundleShortVersionString").value_or("");
 }

@@ -2,10 +2,11 @@
 #include "installer/plugin_package.h"
 
 #include <exception>
-#include <fstream>
-#include <sstream>
 
 #include <nlohmann/json.hpp>
+
+#include "core/outside_json.h"
+#include "platform/platform.h"
 
 namespace velko::installer {
 namespace {
@@ -29,22 +30,14 @@ void applyHostMinimum(const nlohmann::json& manifest, std::string& minHost) {
 
 }  // namespace
 
-std::optional<std::string> readTextFile(const std::filesystem::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  if (!in) return std::nullopt;
-  // Streaming the buffer, rather than iterating it, turns a read error (a folder opens but cannot
-  // be read) into a short result instead of an exception.
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
 std::optional<PluginPackage> readPluginPackage(const std::filesystem::path& folder) {
-  const std::optional<std::string> text = readTextFile(folder / "manifest.json");
+  const std::optional<std::string> text = platform::readRegularFile(folder / "manifest.json");
   if (!text) return std::nullopt;
+  const core::ParsedJson parsed = core::parseOutsideJson(*text);
+  if (!parsed.value) return std::nullopt;
   PluginPackage package;
   try {
-    const nlohmann::json manifest = nlohmann::json::parse(*text);
+    const nlohmann::json& manifest = *parsed.value;
     if (!manifest.is_object()) return std::nullopt;
     package.id = manifest.at("id").get<std::string>();
     package.name = manifest.at("name").get<std::string>();

@@ -24,8 +24,4 @@ std::optional<PluginPackage> readPluginPackage(const std::filesystem::path& fold
 // them holds a usable package.
 std::optional<PluginPackage> findPluginPackage(const std::filesystem::path& bundle);
 
-// For this layer only: the whole file as bytes. Nothing only when it cannot be opened; an empty
-// file gives an empty string.
-std::optional<std::string> readTextFile(const std::filesystem::path& file);
-
 }  // namespace velko::installer

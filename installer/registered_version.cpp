@@ -5,7 +5,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "installer/plugin_package.h"
+#include "core/outside_json.h"
+#include "platform/platform.h"
 #include "plugin_export/uxp_locations.h"
 
 namespace velko::installer {
@@ -15,10 +16,13 @@ std::optional<std::string> installedVersion(const std::string& pluginId,
   // Read directly rather than through the plug-in layer's registry loader: a look at the status
   // must create no folders and leave no backup behind.
   const std::filesystem::path base = plugin_export::uxpBaseDirOrDefault(uxpBaseDir);
-  const std::optional<std::string> text = readTextFile(base / "PluginsInfo" / "v1" / "PS.json");
+  const std::optional<std::string> text =
+      platform::readRegularFile(base / "PluginsInfo" / "v1" / "PS.json");
   if (!text) return std::nullopt;
+  const core::ParsedJson parsed = core::parseOutsideJson(*text);
+  if (!parsed.value) return std::nullopt;
   try {
-    const nlohmann::json root = nlohmann::json::parse(*text);
+    const nlohmann::json& root = *parsed.value;
     if (!root.is_object()) return std::nullopt;
     const auto plugins = root.find("plugins");
     if (plugins == root.end() || !plugins->is_array()) return std::nullopt;

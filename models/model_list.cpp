@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "core/message_language.h"
+#include "core/outside_json.h"
 #include "core/signature.h"
 
 namespace velko::models {
@@ -150,13 +151,10 @@ ListResult verifyModelList(const std::string& listText, const std::string& signa
                 "Model list: invalid signature – the list is not used.");
   }
 
-  // Without exceptions, every way the parse can fail (syntax, a number beyond double's range)
-  // comes back as a discarded value.
-  const json root =
-      json::parse(listText, nullptr, /*allow_exceptions=*/false, /*ignore_comments=*/false);
-  if (root.is_discarded()) {
+  core::ParsedJson parsed = core::parseOutsideJson(listText);
+  if (!parsed.value)
     return fail("Modell-Liste: kein gültiges JSON.", "Model list: not valid JSON.");
-  }
+  const json root = std::move(*parsed.value);
 
   const auto models = root.is_object() ? root.find("models") : root.end();
   if (models == root.end() || !models->is_array()) {

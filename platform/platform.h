@@ -21,7 +21,8 @@ std::optional<std::string> processShortName(int pid);
 
 // The string value of `key` at the top level of a property list, XML or binary, given as raw bytes.
 // Nothing when the bytes are no property list, the root is no dictionary, the value is missing or
-// no string, or the string is longer than 127 bytes.
+// no string, or the string is longer than 127 bytes; nothing too for a list nested absurdly deep
+// (see property_list_nesting.h), which is never handed to the library.
 std::optional<std::string> propertyListString(std::string_view bytes, const std::string& key);
 
 // The user's first preferred language as the system reports it ("de-DE", "en_US.UTF-8", ...).
@@ -36,10 +37,28 @@ std::filesystem::path bundlePath();
 // The bundle's resources folder, `<bundle>/Contents/Resources`. Empty when the bundle path is.
 std::filesystem::path resourcePath();
 
-// Creates `file` with access for its owner alone (mode 0600 from the first instant, so no other
-// user can open it before the contents arrive), writes `contents` and flushes it to disk.
-// An existing file or link is never replaced. Empty on success, else the system's reason; a
-// partly written file is removed.
-std::string writeNewPrivateFile(const std::filesystem::path& file, std::string_view contents);
+// The whole contents of `file` when it is a regular file (a link to one is followed). Nothing when
+// it is missing or unreadable, and nothing for anything but a regular file: a folder, a FIFO (which
+// would block a reader forever), a device such as /dev/zero (which never ends).
+std::optional<std::string> readRegularFile(const std::filesystem::path& file);
+
+// How a new file is made by writeNewFile.
+struct NewFileMode {
+  bool ownerOnly = false;  // mode 0600 from the first instant, else 0666 less the umask
+  bool durable = false;    // flush the file and its folder to disk before returning
+};
+
+// What writeNewFile did.
+struct NewFileResult {
+  bool created = false;  // the file was made; after a failure it may hold part of the contents
+  std::string error;     // empty on success, else the system's reason
+};
+
+// Creates `file` as a new file and writes all of `contents`. An existing file or link at that name
+// is never opened, so a name planted in advance cannot redirect the write. A write error, a full
+// disk among them, is reported here, not lost in a buffer; a partly written file is left for the
+// caller to judge.
+NewFileResult writeNewFile(const std::filesystem::path& file, std::string_view contents,
+                           NewFileMode mode);
 
 }  // namespace velko::platform

@@ -1,6 +1,7 @@
 // Linux implementation of the operating-system seam: /proc for processes, libplist for Info.plist,
 // the locale variables for the language, /proc/self/exe for the bundle.
 #include "platform/platform.h"
+#include "platform/property_list_nesting.h"
 
 #include <fcntl.h>
 #include <plist/plist.h>
@@ -60,6 +61,8 @@ std::optional<std::string> processShortName(int pid) {
 
 std::optional<std::string> propertyListString(std::string_view bytes, const std::string& key) {
   if (bytes.empty() || bytes.size() > UINT32_MAX) return std::nullopt;
+  // Checked before the library sees the bytes: it would overflow its stack on absurd nesting.
+  if (!propertyListNestingWithinLimit(bytes)) return std::nullopt;
   plist_t root = nullptr;
   plist_from_memory(bytes.data(), static_cast<uint32_t>(bytes.size()), &root);
   if (root == nullptr) return std::nullopt;
@@ -108,12 +111,47 @@ std::filesystem::path resourcePath() {
   return bundle / "Contents" / "Resources";
 }
 
-std::string writeNewPrivateFile(const std::filesystem::path& file, std::string_view contents) {
+std::optional<std::string> readRegularFile(const std::filesystem::path& file) {
+  // Judged before opening, so a FIFO or a device is never opened at all, and again on the open
+  // descriptor, in case the name was swapped in between. O_NONBLOCK keeps even that open from
+  // waiting for a FIFO's writer.
+  struct stat info {};
+  if (::stat(file.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return std::nullopt;
+  const int fd = ::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+  if (fd < 0) return std::nullopt;
+  std::optional<std::string> text;
+  if (::fstat(fd, &info) == 0 && S_ISREG(info.st_mode)) {
+    text.emplace();
+    char buffer[65536];
+    for (;;) {
+      const ssize_t n = ::read(fd, buffer, sizeof buffer);
+      if (n > 0) {
+        text->append(buffer, static_cast<size_t>(n));
+      } else if (n == 0) {
+        break;
+      } else if (errno != EINTR) {
+        text.reset();
+        break;
+      }
+    }
+  }
+  ::close(fd);
+  return text;
+}
+
+NewFileResult writeNewFile(const std::filesystem::path& file, std::string_view contents,
+                           NewFileMode mode) {
+  NewFileResult result;
   // O_EXCL with O_NOFOLLOW: neither an existing file nor a planted link is written through.
-  const int fd = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-  if (fd < 0) return std::strerror(errno);
-  // The umask can only take bits away; this makes the mode exactly 0600 whatever it was.
-  int error = ::fchmod(fd, 0600) == 0 ? 0 : errno;
+  const int fd = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                        mode.ownerOnly ? 0600 : 0666);
+  if (fd < 0) {
+    result.error = std::strerror(errno);
+    return result;
+  }
+  result.created = true;
+  // The umask can only take bits away; this makes an owner-only file exactly 0600 whatever it was.
+  int error = mode.ownerOnly && ::fchmod(fd, 0600) != 0 ? errno : 0;
   for (size_t written = 0; error == 0 && written < contents.size();) {
     const ssize_t n = ::write(fd, contents.data() + written, contents.size() - written);
     if (n > 0) {
@@ -124,21 +162,22 @@ std::string writeNewPrivateFile(const std::filesystem::path& file, std::string_v
       error = errno;
     }
   }
-  if (error == 0 && ::fsync(fd) != 0) error = errno;
+  if (error == 0 && mode.durable && ::fsync(fd) != 0) error = errno;
   if (::close(fd) != 0 && error == 0) error = errno;
   if (error != 0) {
-    ::unlink(file.c_str());
-    return std::strerror(error);
+    result.error = std::strerror(error);
+    return result;
   }
-  // The new name must survive a crash as well, or the key is lost after the caller has
-  // announced its public half.
-  const std::filesystem::path parent = file.parent_path().empty() ? "." : file.parent_path();
-  const int dir = ::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (dir >= 0) {
-    ::fsync(dir);
-    ::close(dir);
+  if (mode.durable) {
+    // The new name must survive a crash as well, not only the bytes behind it.
+    const std::filesystem::path parent = file.parent_path().empty() ? "." : file.parent_path();
+    const int dir = ::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (dir >= 0) {
+      ::fsync(dir);
+      ::close(dir);
+    }
   }
-  return std::string();
+  return result;
 }
 
 }  // namespace velko::platform

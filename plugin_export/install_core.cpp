@@ -26,6 +26,24 @@ bool isBlank(const std::string& text) {
                      [](unsigned char c) { return std::isspace(c) != 0; });
 }
 
+// Folders are compared by the file system's identity, so that another spelling of the same
+// folder ("x/", "./x", "../External/x", a link) counts as the same.
+bool sameFolder(const fs::path& a, const fs::path& b) {
+  std::error_code ec;
+  return fs::equivalent(a, b, ec) && !ec;
+}
+
+// True when `path` is `folder` or lies anywhere inside it.
+bool liesWithin(const fs::path& path, const fs::path& folder) {
+  std::error_code ec;
+  fs::path current = fs::weakly_canonical(path, ec);
+  if (ec) current = path;
+  for (;; current = current.parent_path()) {
+    if (sameFolder(current, folder)) return true;
+    if (current.empty() || current == current.parent_path()) return false;
+  }
+}
+
 }  // namespace
 
 std::string photoshopRunningWarning() {
@@ -64,7 +82,8 @@ InstallResult installCore(const ManifestInfo& manifest, const fs::path& manifest
                      target.string();
       return result;
     }
-    if (!opts.replaceExisting) {
+    // Installing from the installed folder itself would delete the source before copying it.
+    if (!opts.replaceExisting || liesWithin(manifestFile.parent_path(), target)) {
       result.error = L("Plugin ist bereits in dieser Version installiert: ",
                        "Plugin is already installed in this version: ") +
                      target.string();
@@ -115,7 +134,8 @@ InstallResult installCore(const ManifestInfo& manifest, const fs::path& manifest
                         L("Alter Registrierungseintrag mit unerwartetem Pfad übersprungen: ",
                           "Skipped old registry entry with unexpected path: "),
                         result.warnings);
-    if (!oldName || *oldName == folderName) continue;
+    // Never the folder just written, however the old entry spells it.
+    if (!oldName || *oldName == folderName || sameFolder(externalDir / *oldName, target)) continue;
     const fs::path oldFolder = externalDir / *oldName;
     const FolderRemoval removal = removeMarkedFolder(oldFolder, manifest.id);
     if (removal == FolderRemoval::Removed) result.removedFolders.push_back(*oldName);

@@ -18,8 +18,10 @@ using CopyFiles = std::function<std::optional<std::string>(const std::filesystem
 
 // Creates Plugins/External/<id>_<version> with a copy of `manifestFile` inside, calls `copyFiles`
 // for the rest, registers the version in PS.json in place of every older entry of the id, and
-// deletes the older version folders that carry the id's marker. On failure `ok` is false and
-// `error` set; nothing done before the failing step is undone.
+// deletes the older version folders that carry the id's marker. `manifestFile` lies at the top of
+// the folder the files come from; a source that is the target or lies inside it is refused before
+// anything is deleted. On failure `ok` is false and `error` set; nothing done before the failing
+// step is undone.
 InstallResult installCore(const ManifestInfo& manifest, const std::filesystem::path& manifestFile,
                           const CopyFiles& copyFiles, const InstallOptions& options);
 

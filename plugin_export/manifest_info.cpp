@@ -1,23 +1,26 @@
 // Reading a plug-in manifest and the marker test that stands before every deletion of a folder.
 #include "plugin_export/manifest_info.h"
 
-#include <fstream>
-#include <iterator>
 #include <system_error>
 
 #include <nlohmann/json.hpp>
+
+#include "core/outside_json.h"
+#include "platform/platform.h"
 
 namespace velko::plugin_export {
 namespace fs = std::filesystem;
 using nlohmann::json;
 
 std::optional<ManifestInfo> readManifestFromFile(const fs::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  if (!in) return std::nullopt;
-  const std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  // A manifest that is no regular file (a folder, a FIFO) is no manifest: no marker, no package.
+  const std::optional<std::string> text = platform::readRegularFile(file);
+  if (!text) return std::nullopt;
+  const core::ParsedJson parsed = core::parseOutsideJson(*text);
+  if (!parsed.value) return std::nullopt;
   ManifestInfo info;
   try {
-    const json doc = json::parse(text);
+    const json& doc = *parsed.value;
     info.id = doc.at("id").get<std::string>();
     info.name = doc.at("name").get<std::string>();
     info.version = doc.at("version").get<std::string>();

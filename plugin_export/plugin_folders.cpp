@@ -3,6 +3,7 @@
 #include "plugin_export/plugin_folders.h"
 
 #include <algorithm>
+#include <string_view>
 #include <system_error>
 
 #include "plugin_export/disk_basics.h"
@@ -13,6 +14,23 @@ namespace velko::plugin_export {
 namespace fs = std::filesystem;
 
 namespace {
+
+// Suffixes of this layer's own short-lived folders, each followed by the time in milliseconds.
+constexpr std::string_view kTrashSuffix = ".velko-trash-";
+constexpr std::string_view kStagingSuffix = ".velko-staging-";
+
+// True for a name this layer gave a trash or staging folder.
+bool isOwnLeftoverName(const std::string& name) {
+  for (const std::string_view suffix : {kTrashSuffix, kStagingSuffix}) {
+    const size_t at = name.rfind(suffix);
+    if (at == std::string::npos) continue;
+    const std::string_view digits = std::string_view(name).substr(at + suffix.size());
+    if (!digits.empty() && digits.find_first_not_of("0123456789") == std::string_view::npos) {
+      return true;
+    }
+  }
+  return false;
+}
 
 // Deletes everything in `folder` but its top-level manifest.json, then the manifest, then the
 // folder. True when all of it is gone.
@@ -44,8 +62,8 @@ FolderRemoval removeMarkedFolder(const fs::path& folder, const std::string& id) 
   if (!folderMarkerMatches(folder, id)) return FolderRemoval::NotMarked;
   // A registry path may end in a separator; the folder is then the component before it.
   const fs::path named = folder.has_filename() ? folder : folder.parent_path();
-  const fs::path trash =
-      named.parent_path() / (named.filename().string() + ".velko-trash-" + millisSinceEpoch());
+  const fs::path trash = named.parent_path() / (named.filename().string() +
+                                                std::string(kTrashSuffix) + millisSinceEpoch());
   std::error_code ec;
   fs::rename(named, trash, ec);
   if (ec) return FolderRemoval::Failed;
@@ -54,7 +72,7 @@ FolderRemoval removeMarkedFolder(const fs::path& folder, const std::string& id) 
 
 bool createFolderWithMarker(const fs::path& target, const fs::path& manifestFile) {
   fs::path staging = target;
-  staging += ".velko-staging-" + millisSinceEpoch();
+  staging += std::string(kStagingSuffix) + millisSinceEpoch();
   std::error_code ec;
   fs::create_directories(staging.parent_path(), ec);
   if (!fs::create_directory(staging, ec)) return false;
@@ -88,6 +106,13 @@ std::vector<std::string> removeSiblingVersionFolders(const fs::path& externalDir
   for (const auto& folder : candidates) {
     switch (removeMarkedFolder(folder, id)) {
       case FolderRemoval::NotMarked:
+        // A kill between making a staging folder and giving it its manifest leaves it empty and
+        // unmarked. Only an empty one goes, by a delete that cannot reach into a folder with
+        // content: an empty folder holds nothing to lose.
+        if (isOwnLeftoverName(folder.filename().string())) {
+          std::error_code ignored;
+          fs::remove(folder, ignored);
+        }
         break;
       case FolderRemoval::Removed:
         removed.push_back(folder.filename().string());

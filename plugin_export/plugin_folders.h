@@ -24,9 +24,10 @@ bool createFolderWithMarker(const std::filesystem::path& target,
                             const std::filesystem::path& manifestFile);
 
 // Deletes the directories in `externalDir` whose names begin with "<id>_", differ from
-// `keepFolder`, and carry the marker of `id`, in ascending order of their paths. Returns the names
-// of the deleted folders; each failed deletion adds a warning with the folder's path. An unreadable
-// `externalDir` counts as empty.
+// `keepFolder`, and carry the marker of `id`, in ascending order of their paths; empty unmarked
+// leftovers of this layer's own staging and trash folders go too, unreported. Returns the names of
+// the deleted marked folders; each failed deletion adds a warning with the folder's path. An
+// unreadable `externalDir` counts as empty.
 std::vector<std::string> removeSiblingVersionFolders(const std::filesystem::path& externalDir,
                                                      const std::string& id,
                                                      const std::string& keepFolder,

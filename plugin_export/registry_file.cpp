@@ -2,10 +2,10 @@
 // whole.
 #include "plugin_export/registry_file.h"
 
-#include <fstream>
-#include <iterator>
 #include <system_error>
 
+#include "core/outside_json.h"
+#include "platform/platform.h"
 #include "plugin_export/disk_basics.h"
 #include "plugin_export/localize.h"
 
@@ -28,21 +28,16 @@ std::optional<std::string> loadRegistry(const fs::path& uxpBaseDir, LoadedRegist
     return std::nullopt;
   }
 
-  std::string text;
-  {
-    std::ifstream in(registry.registryPath, std::ios::binary);
-    if (!in) {
-      return L("Konnte PS.json nicht lesen: ", "Could not read PS.json: ") +
-             registry.registryPath.string();
-    }
-    text.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  // Anything but a regular file (a folder, a FIFO, a device) is unreadable, never waited on.
+  const std::optional<std::string> text = platform::readRegularFile(registry.registryPath);
+  if (!text) {
+    return L("Konnte PS.json nicht lesen: ", "Could not read PS.json: ") +
+           registry.registryPath.string();
   }
-
-  try {
-    registry.root = json::parse(text, nullptr, true, false);
-  } catch (const json::exception& e) {
-    return L("PS.json ist kein gültiges JSON: ", "PS.json is not valid JSON: ") + e.what();
-  }
+  core::ParsedJson parsed = core::parseOutsideJson(*text);
+  if (!parsed.value)
+    return L("PS.json ist kein gültiges JSON: ", "PS.json is not valid JSON: ") + parsed.error;
+  registry.root = std::move(*parsed.value);
   const json& root = registry.root;
   if (!root.is_object() || !root.contains("plugins") || !root.at("plugins").is_array()) {
     return L("PS.json hat nicht das erwartete Format ('plugins'-Array fehlt)",
@@ -66,15 +61,14 @@ std::optional<std::string> writeFileAtomic(const fs::path& path, const std::stri
   // Same folder as the target, so the rename stays on one file system and is atomic.
   fs::path temp = path;
   temp += ".tmp-velko-" + millisSinceEpoch();
-  {
-    std::ofstream out(temp, std::ios::binary | std::ios::trunc);
-    if (!out) {
-      return L("Konnte Temp-Datei nicht anlegen: ", "Could not create temp file: ") + temp.string();
-    }
-    out.write(contents.data(), static_cast<std::streamsize>(contents.size()));
-    if (!out.good()) return L("Schreibfehler: ", "Write error: ") + temp.string();
-    // No fsync: the aim is an atomic name, not durability against a power cut.
+  // Made new, never through a link planted at that name. Every write is checked before the rename:
+  // on a full disk a short temporary must never replace the registry. No fsync: the aim is an
+  // atomic name, not durability against a power cut.
+  const platform::NewFileResult written = platform::writeNewFile(temp, contents, {});
+  if (!written.created) {
+    return L("Konnte Temp-Datei nicht anlegen: ", "Could not create temp file: ") + temp.string();
   }
+  if (!written.error.empty()) return L("Schreibfehler: ", "Write error: ") + temp.string();
   std::error_code ec;
   fs::rename(temp, path, ec);
   if (ec) {

@@ -188,8 +188,14 @@ int keygenCommand(const std::vector<std::string>& args) {
   const std::optional<PublicKey> publicKey = publicKeyOf(*generated.seed);
   if (pem.empty() || !publicKey) return failed("cannot encode the new key");
 
-  const std::string written = platform::writeNewPrivateFile(path, pem);
-  if (!written.empty()) return failed(path + ": " + written);
+  const platform::NewFileResult written =
+      platform::writeNewFile(path, pem, {.ownerOnly = true, .durable = true});
+  if (!written.error.empty()) {
+    // Half a key is no key: take the partial file away rather than leave it to be trusted.
+    std::error_code ignored;
+    if (written.created) std::filesystem::remove(path, ignored);
+    return failed(path + ": " + written.error);
+  }
   // Only the public half goes to the terminal; the hex line alone on stdout suits scripts.
   std::printf("%s\n", toHex(publicKey->data(), publicKey->size()).c_str());
   std::fprintf(stderr, "private key written to %s (mode 0600); keep it off the build machines\n",
