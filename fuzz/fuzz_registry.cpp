@@ -8,6 +8,7 @@
 #include <string>
 #include <system_error>
 
+#include "core/outside_json.h"
 #include "fuzz/fuzz_support.h"
 #include "plugin_export/install_core.h"
 #include "plugin_export/plugin_uninstall.h"
@@ -74,9 +75,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   velko::fuzz::writeFile(manifestFile,
                          R"({"id": "com.velko.fuzz", "name": "Fuzz", "version": "2.0"})");
 
-  const json before = json::parse(input, nullptr, false, false);
-  const bool loadable = !before.is_discarded() && before.is_object() &&
-                        before.contains("plugins") && before["plugins"].is_array();
+  // Parsed as every reader of outside JSON parses, nesting limit included.
+  const json before = velko::core::parseOutsideJson(input).value.value_or(json());
+  const bool loadable =
+      before.is_object() && before.contains("plugins") && before["plugins"].is_array();
 
   const velko::plugin_export::InstallOptions options{base.string(), "24.2.0", true};
   velko::plugin_export::InstallResult installed;
