@@ -42,8 +42,12 @@ report() {
   local runs per_second
   runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -n1)
   per_second=$(sed -n 's/^stat::average_exec_per_sec: *//p' "$log" | tail -n1)
-  printf '%-26s %10s executions in %ss, %7s per second\n' "$target" "${runs:-?}" "$seconds" \
-    "${per_second:-?}"
+  if [ "$(cat "$logs/$target.status")" = 0 ]; then
+    printf '%-26s %10s executions in %ss, %7s per second\n' "$target" "${runs:-?}" "$seconds" \
+      "${per_second:-?}"
+  else
+    printf '%-26s FAILED after %s executions\n' "$target" "${runs:-?}"
+  fi
 }
 
 echo "== fuzzing ${#targets[@]} targets, ${seconds}s each, $jobs at a time"
