@@ -5,18 +5,10 @@
 #include <string>
 
 #include "app/command_line.h"
+#include "app/exit_codes.h"
 #include "installer/plugin_package.h"
 
 namespace velko::app {
-
-// Exit codes of a command-line run.
-enum ExitCode : int {
-  kExitOk = 0,
-  kExitFailed = 1,
-  kExitNoPackage = 2,
-  kExitPhotoshopRunning = 3,
-  kExitUnknownWord = 64,
-};
 
 // Runs the `--cli` word of `line` against `package`, writes its lines to stdout and its failures to
 // stderr, and returns the exit code: 2 without a package, 64 for an unknown word, 3 when Photoshop

@@ -6,5 +6,6 @@ namespace velko::app {
 bool gEnglish = false;
 bool gOpenModels = false;
 double gShotDelay = 0.7;
+velko::models::ModelStore::Options gModelStoreOptions;
 
 }  // namespace velko::app

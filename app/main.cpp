@@ -1,28 +1,18 @@
 // The installer's single entry: reads the command line, settles the language, finds the plug-in
 // package and runs one command-line action or hands over to the window.
-#include <cstdio>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "app/cli_models.h"
 #include "app/cli_plugin.h"
 #include "app/command_line.h"
 #include "app/globals.h"
 #include "app/language.h"
 #include "installer/plugin_package.h"
 #include "platform/platform.h"
-
-namespace {
-
-// This build has no window yet; say so instead of pretending that one opened.
-int startWindow() {
-  std::fprintf(stderr,
-               "velko-installer: this build has no window; use --cli status, --cli install or "
-               "--cli uninstall\n");
-  return velko::app::kExitFailed;
-}
-
-}  // namespace
+#include "window/window_start.h"
 
 int main(int argc, char** argv) {
   using namespace velko::app;
@@ -32,10 +22,25 @@ int main(int argc, char** argv) {
   gEnglish = chooseEnglish(velko::platform::preferredLanguage(), line.lang);
   applyMessageLanguage(gEnglish);
 
+  // Model words need no plug-in package, so they go before the search for one. Any word with this
+  // beginning takes the model road, an unknown one is refused there.
+  if (line.cli.rfind("models", 0) == 0) return runModelCommand(line);
+
   // A --plugin folder is taken as it is, with no fallback to the search beside the application.
   const std::optional<velko::installer::PluginPackage> package =
       line.plugin.empty() ? velko::installer::findPluginPackage(velko::platform::bundlePath())
                           : velko::installer::readPluginPackage(line.plugin);
   if (!line.cli.empty()) return runPluginCommand(line, package);
-  return startWindow();
+
+  velko::window::ControllerOptions options;
+  options.package = package;
+  options.uxpBaseDir = line.uxpBaseDir;
+  options.screenshotPath = QString::fromStdString(line.screenshot);
+  options.autoAction = line.autoAction;
+  options.assumeRunning = line.assumeRunning;
+  options.english = gEnglish;
+  options.openModels = gOpenModels;
+  options.shotDelay = gShotDelay;
+  return velko::window::runWindow(argv[0], velko::platform::resourcePath() / "Fonts",
+                                  std::move(options));
 }

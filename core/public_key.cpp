@@ -3,25 +3,19 @@
 
 #include <string_view>
 
+#include "core/hex.h"
+
 namespace velko::core {
 namespace {
 
-constexpr unsigned char nibble(char c) {
-  return static_cast<unsigned char>(c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10);
-}
-
-// The build checks the text when it is configured, so decoding needs no error path.
+// Decoded while compiling: a key that is not 64 hex digits stops the build.
 constexpr std::array<unsigned char, 32> decodeKey(std::string_view hex) {
   std::array<unsigned char, 32> key{};
-  for (size_t i = 0; i < key.size(); ++i) {
-    key[i] = static_cast<unsigned char>(nibble(hex[2 * i]) << 4 | nibble(hex[2 * i + 1]));
-  }
+  if (!decodeHex(hex, key)) throw "the model-list key must be 64 hex digits";
   return key;
 }
 
-constexpr std::string_view kCompiledKeyHex = VELKO_MODEL_LIST_PUBLIC_KEY_HEX;
-static_assert(kCompiledKeyHex.size() == 64, "the model-list key must be 64 hex digits");
-constexpr std::array<unsigned char, 32> kCompiledKey = decodeKey(kCompiledKeyHex);
+constexpr std::array<unsigned char, 32> kCompiledKey = decodeKey(VELKO_MODEL_LIST_PUBLIC_KEY_HEX);
 
 }  // namespace
 

@@ -42,4 +42,12 @@ bool photoshopRunning() {
   return plugin_export::isPhotoshopRunning();
 }
 
+int askPhotoshopToQuit() {
+  int asked = 0;
+  for (const int pid : plugin_export::photoshopProcessIds()) {
+    if (platform::askOwnProcessToQuit(pid)) ++asked;
+  }
+  return asked;
+}
+
 }  // namespace velko::installer

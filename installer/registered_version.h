@@ -18,4 +18,9 @@ std::optional<std::string> installedVersion(const std::string& pluginId,
 // be read.
 bool photoshopRunning();
 
+// Asks every Photoshop process of the current user to quit, politely, and returns at once:
+// Photoshop itself asks about unsaved work, and the caller looks again later. The number of
+// processes that were sent the request; 0 when none runs or none may be asked.
+int askPhotoshopToQuit();
+
 }  // namespace velko::installer

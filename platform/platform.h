@@ -1,6 +1,8 @@
 // The seam to the operating system: every system call of the installer goes through these
-// functions. Each platform has one source file that implements them (platform_linux.cpp,
-// platform_macos.mm).
+// functions. Only the Linux implementation exists (platform_linux.cpp); a macOS port adds one
+// source of its own that provides every function below with the same contracts (proc_listpids,
+// CFPropertyList, NSLocale, NSBundle, renamex_np with RENAME_SWAP, _NSGetExecutablePath, and a
+// zip extraction such as /usr/bin/ditto) and is chosen in platform/CMakeLists.txt.
 #pragma once
 
 #include <filesystem>
@@ -60,5 +62,28 @@ struct NewFileResult {
 // caller to judge.
 NewFileResult writeNewFile(const std::filesystem::path& file, std::string_view contents,
                            NewFileMode mode);
+
+// The path of the running executable, with links resolved. Empty when it cannot be found.
+std::filesystem::path executablePath();
+
+// Extracts the zip archive `archive` into the existing folder `destination`. Entries whose names
+// hold ".." or are absolute are refused, and nothing is written through a symbolic link; links in
+// the archive are restored as links, for the caller to judge. False when the archive cannot be
+// read or any entry cannot be written; what was extracted before the failure stays.
+bool extractZip(const std::filesystem::path& archive, const std::filesystem::path& destination);
+
+// Swaps the names `a` and `b` in one step; both must exist. False, with nothing changed, when the
+// file system cannot do that, or always when the environment variable VELKO_NO_PATH_EXCHANGE is
+// "1" (so tests can drive the callers' fallback, in child processes as well).
+bool exchangePaths(const std::filesystem::path& a, const std::filesystem::path& b);
+
+}  // namespace velko::platform
+
+namespace velko::platform {
+
+// Asks process `pid` politely to quit (SIGTERM), but only when it belongs to the user running the
+// installer, so that not even a run as root reaches another user's program. Does not wait.
+// False when the process is another user's, has ended, or the signal could not be sent.
+bool askOwnProcessToQuit(int pid);
 
 }  // namespace velko::platform

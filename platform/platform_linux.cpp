@@ -1,19 +1,26 @@
 // Linux implementation of the operating-system seam: /proc for processes, libplist for Info.plist,
-// the locale variables for the language, /proc/self/exe for the bundle.
+// the locale variables for the language, /proc/self/exe for the bundle, libarchive for zip files,
+// renameat2 for the atomic exchange.
 #include "platform/platform.h"
 #include "platform/property_list_nesting.h"
 
+#include <archive.h>
+#include <archive_entry.h>
 #include <fcntl.h>
 #include <plist/plist.h>
+#include <sched.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iterator>
 #include <system_error>
+#include <thread>
 
 namespace velko::platform {
 namespace {
@@ -127,10 +134,16 @@ std::optional<std::string> preferredLanguage() {
   return std::nullopt;
 }
 
-std::filesystem::path bundlePath() {
+std::filesystem::path executablePath() {
   std::error_code ec;
-  const std::filesystem::path exe = std::filesystem::read_symlink("/proc/self/exe", ec);
-  if (ec || exe.empty()) return {};
+  std::filesystem::path exe = std::filesystem::read_symlink("/proc/self/exe", ec);
+  if (ec) return {};
+  return exe;
+}
+
+std::filesystem::path bundlePath() {
+  const std::filesystem::path exe = executablePath();
+  if (exe.empty()) return {};
   const std::filesystem::path folder = exe.parent_path();
   const std::filesystem::path contents = folder.parent_path();
   const std::filesystem::path app = contents.parent_path();
@@ -214,6 +227,102 @@ NewFileResult writeNewFile(const std::filesystem::path& file, std::string_view c
     }
   }
   return result;
+}
+
+namespace {
+
+// Entries are written relative to the working folder, so libarchive's checks (no "..", no
+// absolute name, no link on the way) cover exactly the names below the destination, whatever
+// links lie above it. Links themselves are restored as they are; the caller judges them.
+constexpr int kExtractFlags = ARCHIVE_EXTRACT_TIME | ARCHIVE_EXTRACT_SECURE_NODOTDOT |
+                              ARCHIVE_EXTRACT_SECURE_NOABSOLUTEPATHS |
+                              ARCHIVE_EXTRACT_SECURE_SYMLINKS;
+
+bool copyEntryData(archive* reader, archive* writer) {
+  for (;;) {
+    const void* block = nullptr;
+    size_t size = 0;
+    la_int64_t offset = 0;
+    const int r = archive_read_data_block(reader, &block, &size, &offset);
+    if (r == ARCHIVE_EOF) return true;
+    if (r < ARCHIVE_WARN) return false;
+    if (archive_write_data_block(writer, block, size, offset) < ARCHIVE_WARN) return false;
+  }
+}
+
+// Extracts the open archive into the working folder. Only folders, files and symbolic links are
+// accepted, and the owner keeps the right to read and remove all of them whatever the archive
+// says, so a refused package can always be cleared away.
+bool extractEntries(archive* reader, archive* writer) {
+  for (;;) {
+    archive_entry* entry = nullptr;
+    const int r = archive_read_next_header(reader, &entry);
+    if (r == ARCHIVE_EOF) return true;
+    if (r < ARCHIVE_WARN) return false;
+    const mode_t type = archive_entry_filetype(entry);
+    if (type == AE_IFDIR) {
+      archive_entry_set_perm(entry, archive_entry_perm(entry) | 0700);
+    } else if (type == AE_IFREG) {
+      archive_entry_set_perm(entry, archive_entry_perm(entry) | 0600);
+    } else if (type != AE_IFLNK) {
+      return false;
+    }
+    if (archive_write_header(writer, entry) < ARCHIVE_WARN) return false;
+    if (!copyEntryData(reader, writer)) return false;
+    if (archive_write_finish_entry(writer) < ARCHIVE_WARN) return false;
+  }
+}
+
+// Runs on a thread of its own: the working folder it changes is not shared with the process.
+bool extractZipInto(const std::filesystem::path& archivePath,
+                    const std::filesystem::path& destination) {
+  if (::unshare(CLONE_FS) != 0 || ::chdir(destination.c_str()) != 0) return false;
+  archive* reader = archive_read_new();
+  archive* writer = archive_write_disk_new();
+  bool ok = reader != nullptr && writer != nullptr;
+  if (ok) {
+    archive_read_support_format_zip(reader);
+    archive_write_disk_set_options(writer, kExtractFlags);
+    ok = archive_read_open_filename(reader, archivePath.c_str(), 64 * 1024) == ARCHIVE_OK &&
+         extractEntries(reader, writer);
+    // Closing the writer sets the folders' times and modes, so its answer counts as well.
+    ok = archive_write_close(writer) == ARCHIVE_OK && ok;
+  }
+  archive_read_free(reader);
+  archive_write_free(writer);
+  return ok;
+}
+
+}  // namespace
+
+bool extractZip(const std::filesystem::path& archive, const std::filesystem::path& destination) {
+  std::error_code ec;
+  const std::filesystem::path source = std::filesystem::absolute(archive, ec);
+  if (ec) return false;
+  bool ok = false;
+  try {
+    std::thread worker([&] { ok = extractZipInto(source, destination); });
+    worker.join();
+  } catch (const std::system_error&) {
+    return false;  // no thread could be started
+  }
+  return ok;
+}
+
+bool exchangePaths(const std::filesystem::path& a, const std::filesystem::path& b) {
+  const char* disabled = std::getenv("VELKO_NO_PATH_EXCHANGE");
+  if (disabled != nullptr && std::strcmp(disabled, "1") == 0) return false;
+  return ::renameat2(AT_FDCWD, a.c_str(), AT_FDCWD, b.c_str(), RENAME_EXCHANGE) == 0;
+}
+
+bool askOwnProcessToQuit(int pid) {
+  if (pid <= 0) return false;
+  // /proc/<pid> belongs to the process's owner. Compared with our real user, not the
+  // effective one, so a set-uid or root run still spares everyone else's programs.
+  struct stat info {};
+  const std::string proc = "/proc/" + std::to_string(pid);
+  if (::stat(proc.c_str(), &info) != 0 || info.st_uid != ::getuid()) return false;
+  return ::kill(pid, SIGTERM) == 0;
 }
 
 }  // namespace velko::platform

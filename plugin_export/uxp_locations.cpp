@@ -22,15 +22,20 @@ fs::path uxpBaseDirOrDefault(const fs::path& uxpBaseDir) {
   return uxpBaseDir.empty() ? defaultUxpBaseDir() : uxpBaseDir;
 }
 
-bool isPhotoshopRunning() {
+std::vector<int> photoshopProcessIds() {
+  std::vector<int> pids;
   for (const int pid : platform::listProcessIds()) {
     if (pid == 0) continue;
     const auto name = platform::processShortName(pid);
     if (!name || name->empty()) continue;  // another user's process, or one that has ended
     // A substring on purpose: helper processes that carry the word count as Photoshop too.
-    if (name->find("Photoshop") != std::string::npos) return true;
+    if (name->find("Photoshop") != std::string::npos) pids.push_back(pid);
   }
-  return false;
+  return pids;
+}
+
+bool isPhotoshopRunning() {
+  return !photoshopProcessIds().empty();
 }
 
 }  // namespace velko::plugin_export

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <vector>
 
 namespace velko::plugin_export {
 
@@ -14,8 +15,11 @@ std::filesystem::path defaultUxpBaseDir();
 // option.
 std::filesystem::path uxpBaseDirOrDefault(const std::filesystem::path& uxpBaseDir);
 
-// True when any process the caller may inspect has "Photoshop" (case-sensitive) in its short name.
-// A snapshot; false on every failure to read the process table.
+// The processes the caller may inspect that have "Photoshop" (case-sensitive) in their short name.
+// A snapshot; empty on every failure to read the process table.
+std::vector<int> photoshopProcessIds();
+
+// True when photoshopProcessIds() finds any.
 bool isPhotoshopRunning();
 
 }  // namespace velko::plugin_export

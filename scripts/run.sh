@@ -1,9 +1,32 @@
 #!/usr/bin/env bash
-# The installer's main job from a fresh machine: install what is missing, build, show the status and
-# install the sample plug-in package for the current user.
+# The installer's main job from a fresh machine: install what is missing, build, show the status,
+# install the sample plug-in package for the current user, and show the window (or its pictures).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/install-deps.sh
 bash scripts/build.sh
 ./build/velko-installer --cli status
 ./build/velko-installer --cli install
+
+# --- The window ------------------------------------------------------------------------------------
+# With a display, open the window on the sample plug-in. Without one, make pictures of the main
+# screens on Qt's offscreen platform; the result screen comes from an install into a throw-away UXP
+# folder, so the real one sees only the install above.
+if [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
+  ./build/velko-installer
+else
+  shots=build/screenshots/run
+  scratch=$(mktemp -d)
+  mkdir -p "$shots"
+  for lang in de en; do
+    QT_QPA_PLATFORM=offscreen ./build/velko-installer --lang "$lang" \
+      --screenshot "$shots/idle-$lang.png"
+    QT_QPA_PLATFORM=offscreen ./build/velko-installer --lang "$lang" \
+      --uxp-base-dir "$scratch/$lang" --auto install --screenshot "$shots/result-$lang.png"
+    QT_QPA_PLATFORM=offscreen ./build/velko-installer --lang "$lang" --plugin "$scratch/none" \
+      --screenshot "$shots/plugin-missing-$lang.png"
+  done 2>/dev/null
+  rm -rf "$scratch"
+  echo "No display here: pictures of the window's main screens are in $shots/"
+  ls "$shots"
+fi

@@ -1,4 +1,4 @@
-// The signature check against RFC 8032, Wycheproof and speccheck, and its strict rules by hand.
+// The signature check against RFC 8032, Wycheproof and the EdDSA edge cases, and its strict rules by hand.
 #include <gtest/gtest.h>
 
 #include "core/signature.h"
@@ -68,11 +68,11 @@ TEST(SignatureVectors, SpeccheckCasesDecidedByOurRules) {
       {true, true, false, "non-canonical (0, -1) as key, hash over canonical A: refused"},
       {true, true, true, "same key, hash over A as sent: ref10 accepts, we refuse for the key"},
   };
-  const auto cases = test::readJsonVectors("ed25519_speccheck_cases.json");
+  const auto cases = test::readJsonVectors("ed25519_eddsa_edge_cases.json");
   ASSERT_EQ(cases.size(), 12u);
   for (size_t i = 0; i < 12; ++i) {
     const Expected& e = expected[i];
-    SCOPED_TRACE("speccheck case " + std::to_string(i) + ": " + e.reason);
+    SCOPED_TRACE("edge case " + std::to_string(i) + ": " + e.reason);
     const auto key = key32(cases[i]["pub_key"]);
     const std::string message = test::fromHex(cases[i]["message"].get<std::string>());
     const std::string signature = test::fromHex(cases[i]["signature"].get<std::string>());

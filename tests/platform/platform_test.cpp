@@ -2,9 +2,14 @@
 #include "platform/platform.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
 
 #include "tests/platform/plist_fixture.h"
 #include "tests/support/test_support.h"
+#include "tests/support/zip_archive.h"
 
 namespace velko::platform {
 namespace {
@@ -25,6 +30,34 @@ TEST(ProcessTable, ShortNameCutAt32BytesWhileTheProcessLives) {
     ended = child.pid();
   }
   EXPECT_EQ(processShortName(ended), std::nullopt);
+}
+
+// The quit request reaches the user's own process and never another user's, even from root.
+TEST(ProcessTable, QuitRequestSparesOtherUsersProcesses) {
+  test::TempDir dir;
+  test::FakeProcess own(dir / "own", "sleeper");
+  EXPECT_FALSE(askOwnProcessToQuit(0));
+  EXPECT_TRUE(askOwnProcessToQuit(own.pid()));
+  int status = 0;
+  ASSERT_EQ(waitpid(own.pid(), &status, 0), own.pid());
+  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
+  EXPECT_FALSE(askOwnProcessToQuit(own.pid())) << "an ended process";
+
+  if (getuid() != 0) GTEST_SKIP() << "another user's process needs root to start";
+  fs::permissions(dir.path(),
+                  fs::perms::owner_all | fs::perms::group_exec | fs::perms::others_exec);
+  fs::copy_file("/bin/sleep", dir / "sleeper");
+  const pid_t other = test::startProcess({"/usr/bin/setpriv", "--reuid=65534", "--regid=65534",
+                                          "--clear-groups", (dir / "sleeper").string(), "300"});
+  // setpriv keeps its pid when it becomes the sleeper; wait until it has.
+  while (processShortName(other) != "sleeper") {
+    ASSERT_EQ(waitpid(other, &status, WNOHANG), 0) << "setpriv ended early";
+    usleep(1000);
+  }
+  EXPECT_FALSE(askOwnProcessToQuit(other));
+  EXPECT_EQ(kill(other, 0), 0) << "the other user's process must still run";
+  kill(other, SIGKILL);
+  waitpid(other, &status, 0);
 }
 
 TEST(PropertyListString, XmlAndBinaryGiveTheSameAnswers) {
@@ -69,6 +102,51 @@ TEST(PropertyListString, XmlAndBinaryGiveTheSameAnswers) {
   }
 }
 
+// The library would overflow its stack on absurd nesting, so such lists never reach it; a deep but
+// sane one still gives its answer.
+TEST(PropertyListString, AbsurdNestingNeverReachesTheLibrary) {
+  const std::string key = "CFBundleShortVersionString";
+  const auto xml = [&](int depth) {
+    std::string nested;
+    for (int i = 0; i < depth; ++i)
+      nested += "<array>";
+    for (int i = 0; i < depth; ++i)
+      nested += "</array>";
+    return test::xmlPlist("<dict><key>" + key + "</key><string>26.0.0</string><key>x</key>" +
+                          nested + "</dict>");
+  };
+  const struct {
+    const char* label;
+    std::string bytes;
+    std::optional<std::string> expected;
+  } cases[] = {
+      {"XML, 200 deep", xml(200), "26.0.0"},
+      {"XML, 100,000 deep", xml(100000), std::nullopt},
+      {"binary, 200 deep", test::nestedBinaryPlist("26.0.0", 200), "26.0.0"},
+      {"binary, 100,000 deep", test::nestedBinaryPlist("26.0.0", 100000), std::nullopt},
+      {"binary, a cycle", test::nestedBinaryPlist("26.0.0", 3, true), std::nullopt},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(propertyListString(c.bytes, key), c.expected) << c.label;
+}
+
+// A new file is never written through a name that exists, a planted link included.
+TEST(WriteNewFile, NeverWritesThroughAnExistingName) {
+  test::TempDir dir;
+  test::writeFile(dir / "existing", "old");
+  fs::create_symlink(dir / "elsewhere", dir / "link");
+  for (const char* name : {"existing", "link"}) {
+    const NewFileResult r = writeNewFile(dir / name, "new", {});
+    EXPECT_FALSE(r.created) << name;
+    EXPECT_FALSE(r.error.empty()) << name;
+  }
+  EXPECT_EQ(test::readFile(dir / "existing"), "old");
+  EXPECT_FALSE(fs::exists(dir / "elsewhere"));
+  const NewFileResult fresh = writeNewFile(dir / "fresh", "new", {});
+  EXPECT_TRUE(fresh.created && fresh.error.empty()) << fresh.error;
+  EXPECT_EQ(test::readFile(dir / "fresh"), "new");
+}
+
 TEST(PreferredLanguage, FirstNonEmptyVariableInOrderWins) {
   using Value = std::optional<std::string>;
   const struct {
@@ -111,8 +189,49 @@ TEST(BundlePath, DependsOnWhereTheExecutableLies) {
     const test::ProcessResult run = test::runProcess({exe.string()});
     ASSERT_EQ(run.exitCode, 0) << run.err;
     EXPECT_EQ(run.out, (root / bundle).string() + "\n" +
-                           (root / bundle / "Contents" / "Resources").string() + "\n");
+                           (root / bundle / "Contents" / "Resources").string() + "\n" +
+                           exe.string() + "\n");
   }
+}
+
+TEST(ExtractZip, WritesBelowALinkedDestinationAndLeavesTheWorkingFolder) {
+  test::TempDir dir;
+  // Links above the destination are the user's business (a home folder on another disk); only
+  // the names inside the archive are checked.
+  fs::create_directories(dir / "real" / "dest");
+  fs::create_directory_symlink(dir / "real", dir / "linked");
+  const fs::path archive = dir / "a.zip";
+  test::writeZip(archive, {test::zipFolder("ro/", 0500), test::zipFile("ro/f", "x", 0)});
+  const fs::path before = fs::current_path();
+  ASSERT_TRUE(extractZip(archive, dir / "linked" / "dest"));
+  EXPECT_EQ(fs::current_path(), before);
+  // Modes that would lock the owner out are widened, so a refused package can be cleared away
+  // (checked on the bits: the test may run as root, whom no mode stops).
+  const fs::path ro = dir / "real" / "dest" / "ro";
+  EXPECT_EQ(test::readFile(ro / "f"), "x");
+  EXPECT_EQ(fs::status(ro).permissions(), fs::perms::owner_all);
+  EXPECT_EQ(fs::status(ro / "f").permissions(), fs::perms::owner_read | fs::perms::owner_write);
+  EXPECT_FALSE(extractZip(dir / "missing.zip", dir / "real" / "dest"));
+}
+
+TEST(ExchangePaths, SwapsInOneStepOrChangesNothing) {
+  test::TempDir dir;
+  const fs::path a = dir / "a", b = dir / "b";
+  test::writeFile(a / "id", "a");
+  test::writeFile(b, "b");
+  ASSERT_TRUE(exchangePaths(a, b));
+  EXPECT_EQ(test::readFile(b / "id"), "a");
+  EXPECT_EQ(test::readFile(a), "b");
+
+  EXPECT_FALSE(exchangePaths(a, dir / "missing"));
+  EXPECT_EQ(test::readFile(a), "b");
+  {
+    test::ScopedEnv env({{"VELKO_NO_PATH_EXCHANGE", std::string("1")}});
+    EXPECT_FALSE(exchangePaths(a, b));
+    EXPECT_EQ(test::readFile(a), "b");
+  }
+  test::ScopedEnv env({{"VELKO_NO_PATH_EXCHANGE", std::string("0")}});
+  EXPECT_TRUE(exchangePaths(a, b));
 }
 
 }  // namespace

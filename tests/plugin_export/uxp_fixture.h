@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -58,6 +59,20 @@ class UxpTest : public ::testing::Test {
       writeFile(external / name / "sub" / "data.bin", "payload");
       if (!marker.empty()) velko::test::writeSamplePlugin(external / name, marker, "0");
     }
+  }
+  // Exactly `count` backups beside PS.json and nothing else there: no temporary file is left.
+  void expectOnlyRegistryAndBackups(size_t count) const {
+    EXPECT_EQ(backups(), count);
+    EXPECT_EQ(
+        static_cast<size_t>(std::distance(fs::directory_iterator(registry.parent_path()), {})),
+        count + fs::exists(registry));
+  }
+  // No staging or trash folder of this run (named with today's milliseconds) is left.
+  void expectNoOwnLeftovers() const {
+    static const std::regex ownLeftover(R"(.*\.velko-(staging|trash)-[0-9]{10,})");
+    std::error_code ec;
+    for (const auto& e : fs::directory_iterator(external, ec))
+      EXPECT_FALSE(std::regex_match(e.path().filename().string(), ownLeftover)) << e.path();
   }
   size_t backups() const {
     std::error_code ec;

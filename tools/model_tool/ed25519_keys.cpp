@@ -9,6 +9,7 @@
 
 #include <memory>
 
+#include "core/hex.h"
 #include "models/model_list.h"
 
 namespace velko::model_tool {
@@ -67,13 +68,6 @@ std::optional<PublicKey> rawPublicKey(const EVP_PKEY* key) {
     return std::nullopt;
   }
   return publicKey;
-}
-
-int hexValue(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
 }
 
 }  // namespace
@@ -161,13 +155,7 @@ std::string toHex(const unsigned char* bytes, size_t length) {
 
 std::optional<PublicKey> publicKeyFromHex(std::string_view hex) {
   PublicKey key{};
-  if (hex.size() != key.size() * 2) return std::nullopt;
-  for (size_t i = 0; i < key.size(); ++i) {
-    const int high = hexValue(hex[2 * i]);
-    const int low = hexValue(hex[2 * i + 1]);
-    if (high < 0 || low < 0) return std::nullopt;
-    key[i] = static_cast<unsigned char>(high << 4 | low);
-  }
+  if (!core::decodeHex(hex, key)) return std::nullopt;
   return key;
 }
 

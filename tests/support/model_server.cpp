@@ -1,0 +1,65 @@
+// Signed test lists on the loopback server, with the key the development build trusts.
+#include "tests/support/model_server.h"
+
+#include <cstdlib>
+
+#include "models/sha256.h"
+#include "tests/support/test_support.h"
+#include "tools/model_tool/ed25519_keys.h"
+
+namespace velko::test {
+namespace {
+
+model_tool::PrivateSeed developmentSeed() {
+  const auto pem = readFile(VELKO_TEST_DATA "/DEVELOPMENT-ONLY-model-list-key.pem");
+  const auto seed = pem ? model_tool::seedFromPem(*pem).seed : std::nullopt;
+  if (!seed) std::abort();
+  return *seed;
+}
+
+nlohmann::json entryFor(const std::string& id, const std::string& bytes, const char* kind,
+                        const std::string& package, const std::string& file) {
+  return {{"id", id},
+          {"version", "1.0"},
+          {"title_de", "Titel " + id},
+          {"title_en", "Title " + id},
+          {"kind", kind},
+          {"package", package},
+          {"file", file},
+          {"size", bytes.size()},
+          {"sha256", sha256Hex(bytes)},
+          {"license", "MIT"}};
+}
+
+}  // namespace
+
+nlohmann::json fileModel(const std::string& id, const std::string& bytes) {
+  return entryFor(id, bytes, "file", id + ".bin", id + ".bin");
+}
+
+nlohmann::json coremlModel(const std::string& id, const std::string& zipBytes) {
+  return entryFor(id, zipBytes, "coreml", id + ".mlmodelc", id + ".zip");
+}
+
+std::string sha256Hex(const std::string& bytes) {
+  models::Sha256 digest;
+  digest.update(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
+  return digest.hex();
+}
+
+std::array<unsigned char, 32> developmentPublicKey() {
+  return *model_tool::publicKeyOf(developmentSeed());
+}
+
+void ModelServer::publish(const std::vector<nlohmann::json>& entries,
+                          const std::vector<std::string>& bytes) {
+  for (size_t i = 0; i < entries.size() && i < bytes.size(); ++i) {
+    http.serve("/m/" + entries[i]["file"].get<std::string>(), bytes[i]);
+  }
+  const std::string listText =
+      nlohmann::json{{"format", 1}, {"issued", "2026-11-22"}, {"models", entries}}.dump();
+  http.serve("/m/models.json", listText);
+  http.serve("/m/models.json.sig", model_tool::signModelList(developmentSeed(), listText));
+}
+
+}  // namespace velko::test

@@ -1,0 +1,233 @@
+// Pictures of every main screen in both languages, made by the shipped program's --screenshot on
+// the offscreen platform and once on a real X display, checked by pixels at fixed places. The
+// pictures stay in build/screenshots for a person to look at.
+#include <QColor>
+#include <QImage>
+
+#include "tests/window/window_fixture.h"
+
+namespace velko::test {
+namespace {
+
+struct Probe {
+  const char* what;
+  int x, y;
+  QColor color;
+};
+
+// The palette over the window background, as the pictures must show it.
+const QColor kBackground(28, 37, 46);
+const QColor kCardColor(38, 50, 62);
+const QColor kAmberColor(255, 161, 0);
+const QColor kAmberDisabled(96, 74, 32);  // amber at 0.3 over the background
+const QColor kAccentCircle(26, 60, 77);   // accent at 0.16 over the background
+const QColor kCoralCircle(64, 48, 54);    // coral at 0.16 over the background
+const QColor kAccentStroke(16, 182, 239);
+
+const Probe kWindow{"window background", 5, 5, kBackground};
+const Probe kLogoCrossing{"logo stroke where the curve crosses itself", 51, 44, kAccentStroke};
+const Probe kLogoTip{"logo stroke at its right tip", 68, 44, kAccentStroke};
+const Probe kPrimaryAtRest{"primary button at rest", 384, 340, kAmberColor};
+
+void expectProbes(const QImage& image, const std::vector<Probe>& probes) {
+  for (const Probe& probe : probes) {
+    const QColor got = image.pixelColor(probe.x, probe.y);
+    EXPECT_TRUE(std::abs(got.red() - probe.color.red()) <= 3 &&
+                std::abs(got.green() - probe.color.green()) <= 3 &&
+                std::abs(got.blue() - probe.color.blue()) <= 3)
+        << probe.what << " at " << probe.x << "," << probe.y << ": " << got.name().toStdString()
+        << " instead of " << probe.color.name().toStdString();
+  }
+}
+
+struct Screen {
+  const char* name;
+  std::function<std::vector<std::string>(const Scene&)> args;  // besides --lang and --screenshot
+  QSize size;
+  std::vector<Probe> probes;
+};
+
+std::vector<std::string> withPackage(const Scene& scene, std::vector<std::string> more) {
+  std::vector<std::string> args = {"--plugin", (scene.dir_ / "pkg").string(), "--uxp-base-dir",
+                                   scene.uxp().string()};
+  args.insert(args.end(), more.begin(), more.end());
+  return args;
+}
+
+QImage shoot(const std::vector<std::string>& args, const std::string& file,
+             const std::map<std::string, std::optional<std::string>>& env,
+             std::vector<std::string> prefix = {}) {
+  std::vector<std::string> argv = std::move(prefix);
+  argv.push_back(VELKO_INSTALLER_EXE);
+  argv.insert(argv.end(), args.begin(), args.end());
+  const std::string path = std::string(VELKO_SCREENSHOT_DIR) + "/" + file;
+  fs::create_directories(VELKO_SCREENSHOT_DIR);
+  fs::remove(path);
+  argv.insert(argv.end(), {"--screenshot", path});
+  const ProcessResult run = runProcess(argv, env);
+  EXPECT_EQ(run.exitCode, 0) << run.err;
+  return QImage(QString::fromStdString(path));
+}
+
+TEST(WindowPictures, EveryMainScreenInBothLanguages) {
+  const std::vector<Screen> screens = {
+      {"idle",
+       [](const Scene& scene) {
+         scene.addPhotoshop("Adobe Photoshop 2025", "26.1");
+         return withPackage(scene, {});
+       },
+       {560, 400},
+       {kWindow, kLogoCrossing, kLogoTip, {"card", 40, 160, kCardColor}, kPrimaryAtRest}},
+      {"idle-no-photoshop",
+       [](const Scene& scene) { return withPackage(scene, {}); },
+       {560, 400},
+       {kWindow, {"card", 40, 160, kCardColor}, {"primary disabled", 384, 340, kAmberDisabled}}},
+      {"installed",
+       [](const Scene& scene) {
+         return withPackage(scene, {"--auto", "install"});
+       },
+       {560, 400},
+       {kWindow, kLogoCrossing, {"accent symbol circle", 40, 180, kAccentCircle}, kPrimaryAtRest}},
+      {"failed",
+       [](const Scene& scene) {
+         return std::vector<std::string>{"--plugin",       (scene.dir_ / "pkg").string(),
+                                         "--uxp-base-dir", scene.blockedUxp().string(),
+                                         "--auto",         "install"};
+       },
+       {560, 400},
+       {kWindow, {"coral symbol circle", 40, 180, kCoralCircle}, kPrimaryAtRest}},
+      {"plugin-missing",
+       [](const Scene& scene) {
+         return std::vector<std::string>{"--plugin", (scene.dir_ / "none").string()};
+       },
+       {560, 400},
+       {kWindow, kLogoCrossing, {"coral symbol circle", 40, 180, kCoralCircle}, kPrimaryAtRest}},
+      {"models",
+       [](const Scene& scene) { return withPackage(scene, {"--models"}); },
+       {560, 560},
+       {kWindow, kLogoCrossing, {"background below the old bottom", 300, 450, kBackground}}},
+  };
+  for (const Screen& screen : screens) {
+    for (const char* lang : {"de", "en"}) {
+      SCOPED_TRACE(std::string(screen.name) + " " + lang);
+      Scene scene;
+      std::vector<std::string> args = screen.args(scene);
+      args.insert(args.end(), {"--lang", lang, "--shot-delay", "0"});
+      const QImage image = shoot(args, std::string(screen.name) + "-" + lang + ".png",
+                                 {{"QT_QPA_PLATFORM", "offscreen"}});
+      ASSERT_EQ(image.size(), screen.size);
+      expectProbes(image, screen.probes);
+    }
+  }
+}
+
+// The waiting screen cannot be reached from the command line: it is pressed to, in-process.
+TEST(WindowPictures, WaitingScreenInBothLanguages) {
+  for (const bool english : {false, true}) {
+    SCOPED_TRACE(english ? "en" : "de");
+    Scene scene;
+    scene.addPhotoshop("Adobe Photoshop 2025", "26.1");
+    window::ControllerOptions options = scene.options(english);
+    options.assumeRunning = true;
+    Window window(options);
+    window.press("primary");
+    const QImage image = window.widget().grab().toImage();
+    fs::create_directories(VELKO_SCREENSHOT_DIR);
+    image.save(QString(VELKO_SCREENSHOT_DIR) + (english ? "/waiting-en.png" : "/waiting-de.png"));
+    ASSERT_EQ(image.size(), QSize(560, 400));
+    expectProbes(image, {kWindow,
+                         kLogoCrossing,
+                         {"card", 40, 160, kCardColor},
+                         {"amber dot", 53, 177, kAmberColor},
+                         {"primary button at rest", 356, 340, kAmberColor}});
+  }
+}
+
+// The button table state by state, read off the window's picture at fixed places.
+TEST(WindowPictures, ButtonsDrawTheirStates) {
+  const QColor kOutline(221, 222, 224);      // white at 0.85 over the background
+  const QColor kSecondaryHover(46, 54, 63);  // white at 0.08 over the background
+  Scene scene;
+  scene.preinstall("1.0.0");
+  Window noPhotoshop(scene.options());  // "Aktualisieren" disabled, "Deinstallieren" enabled
+  scene.addPhotoshop("Adobe Photoshop 2025", "26.1");
+  Window compatible(scene.options());
+  const auto button = [](Window& window, const char* name) {
+    return window.widget().findChild<window::KVButton*>(name);
+  };
+  const struct {
+    const char* what;
+    Window& window;
+    const char* button;
+    bool hovering, down;
+    Probe probe;
+  } states[] = {
+      {"disabled primary under the pointer",
+       noPhotoshop,
+       "primary",
+       true,
+       false,
+       {"fill", 384, 340, kAmberDisabled}},
+      {"secondary at rest",
+       noPhotoshop,
+       "secondary",
+       false,
+       false,
+       {"no fill", 222, 340, kBackground}},
+      {"secondary at rest",
+       noPhotoshop,
+       "secondary",
+       false,
+       false,
+       {"outline", 216, 351, kOutline}},
+      {"secondary under the pointer",
+       noPhotoshop,
+       "secondary",
+       true,
+       false,
+       {"fill", 222, 340, kSecondaryHover}},
+      {"primary under the pointer",
+       compatible,
+       "primary",
+       true,
+       false,
+       {"fill", 384, 340, QColor(255, 177, 38)}},
+      {"primary held down",
+       compatible,
+       "primary",
+       true,
+       true,
+       {"fill", 384, 340, QColor(224, 143, 0)}},
+  };
+  for (const auto& state : states) {
+    SCOPED_TRACE(state.what);
+    window::KVButton* b = button(state.window, state.button);
+    ASSERT_NE(b, nullptr);
+    b->setHovering(state.hovering);
+    b->setDown(state.down);
+    expectProbes(state.window.widget().grab().toImage(), {state.probe});
+  }
+}
+
+TEST(WindowPictures, FailedPictureWriteStillQuits) {
+  Scene scene;
+  const ProcessResult run = runProcess(
+      {VELKO_INSTALLER_EXE, "--screenshot", (scene.dir_ / "missing" / "shot.png").string()},
+      {{"QT_QPA_PLATFORM", "offscreen"}});
+  EXPECT_EQ(run.exitCode, 0) << run.err;
+  EXPECT_FALSE(fs::exists(scene.dir_ / "missing"));
+}
+
+// The program on a real X server: no --cli word opens the window, which draws and quits.
+TEST(WindowPictures, RealWindowUnderXvfb) {
+  Scene scene;
+  scene.addPhotoshop("Adobe Photoshop 2025", "26.1");
+  const QImage image =
+      shoot(withPackage(scene, {"--lang", "de"}), "xvfb-idle-de.png", {{"QT_QPA_PLATFORM", "xcb"}},
+            {"/usr/bin/xvfb-run", "-a", "-s", "-screen 0 1280x800x24"});
+  ASSERT_EQ(image.size(), QSize(560, 400));
+  expectProbes(image, {kWindow, kLogoCrossing, {"card", 40, 160, kCardColor}, kPrimaryAtRest});
+}
+
+}  // namespace
+}  // namespace velko::test
