@@ -12,6 +12,7 @@ constexpr int kOffset[10] = {0, 26, 51, 77, 102, 128, 153, 179, 204, 230};
 // The carry out of the top limb is worth 2^255 = 19 modulo p and goes back into limb 0.
 void carry(fe h, int64_t wide[10]) {
   for (int round = 0; round < 2; ++round) {
+#pragma GCC unroll 10
     for (int i = 0; i < 10; ++i) {
       const int64_t c = (wide[i] + (int64_t{1} << (kWidth[i] - 1))) >> kWidth[i];
       wide[i] -= c * (int64_t{1} << kWidth[i]);
@@ -26,16 +27,37 @@ void carry(fe h, int64_t wide[10]) {
     h[i] = static_cast<int32_t>(wide[i]);
 }
 
-// h = f^e for the 255-bit exponent `e` (32 bytes little-endian), by square and multiply.
-void power(fe h, const fe f, const unsigned char* e) {
-  fe base, result;
-  fe_copy(base, f);
-  fe_1(result);
-  for (int bit = 254; bit >= 0; --bit) {
-    fe_sq(result, result);
-    if ((e[bit >> 3] >> (bit & 7)) & 1) fe_mul(result, result, base);
-  }
-  fe_copy(h, result);
+// h = f^(2^k), by k squarings.
+void squareTimes(fe h, const fe f, int k) {
+  fe_sq(h, f);
+  for (int i = 1; i < k; ++i)
+    fe_sq(h, h);
+}
+
+// The common start of both powers below: f^(2^250 - 1), and f^11 on the way. Runs of ones in the
+// exponent are doubled in length from 2^5 - 1 upwards, so 250 squarings need only 11 products.
+void power2To250Minus1(fe h, fe f11, const fe f) {
+  fe f2, f9, run5, run10, run20, run40, run50, run100, run200, t;
+  fe_sq(f2, f);
+  squareTimes(t, f2, 2);
+  fe_mul(f9, t, f);
+  fe_mul(f11, f9, f2);
+  fe_sq(t, f11);
+  fe_mul(run5, t, f9);  // f^31 = f^(2^5 - 1)
+  squareTimes(t, run5, 5);
+  fe_mul(run10, t, run5);
+  squareTimes(t, run10, 10);
+  fe_mul(run20, t, run10);
+  squareTimes(t, run20, 20);
+  fe_mul(run40, t, run20);
+  squareTimes(t, run40, 10);
+  fe_mul(run50, t, run10);
+  squareTimes(t, run50, 50);
+  fe_mul(run100, t, run50);
+  squareTimes(t, run100, 100);
+  fe_mul(run200, t, run100);
+  squareTimes(t, run200, 50);
+  fe_mul(h, t, run50);
 }
 
 }  // namespace
@@ -79,7 +101,10 @@ void fe_neg(fe h, const fe f) {
 // above the even limb it is summed into and is doubled, and terms past limb 9 wrap with factor 19.
 void fe_mul(fe h, const fe f, const fe g) {
   int64_t wide[10] = {};
+  // Unrolled whole, so the doubling and wrapping tests fold away; the hottest loop of a check.
+#pragma GCC unroll 10
   for (int i = 0; i < 10; ++i) {
+#pragma GCC unroll 10
     for (int j = 0; j < 10; ++j) {
       int64_t term = int64_t{f[i]} * g[j];
       if ((i & 1) && (j & 1)) term *= 2;
@@ -105,23 +130,19 @@ void fe_sq2(fe h, const fe f) {
 }
 
 void fe_invert(fe h, const fe f) {
-  // p - 2 = 2^255 - 21
-  unsigned char exponent[32];
-  for (int i = 0; i < 32; ++i)
-    exponent[i] = 0xff;
-  exponent[0] = 0xeb;
-  exponent[31] = 0x7f;
-  power(h, f, exponent);
+  // p - 2 = 2^255 - 21 = (2^250 - 1) * 2^5 + 11
+  fe run250, f11, t;
+  power2To250Minus1(run250, f11, f);
+  squareTimes(t, run250, 5);
+  fe_mul(h, t, f11);
 }
 
 void fe_pow22523(fe h, const fe f) {
-  // (p - 5) / 8 = 2^252 - 3
-  unsigned char exponent[32];
-  for (int i = 0; i < 32; ++i)
-    exponent[i] = 0xff;
-  exponent[0] = 0xfd;
-  exponent[31] = 0x0f;
-  power(h, f, exponent);
+  // (p - 5) / 8 = 2^252 - 3 = (2^250 - 1) * 2^2 + 1
+  fe run250, f11, t;
+  power2To250Minus1(run250, f11, f);
+  squareTimes(t, run250, 2);
+  fe_mul(h, t, f);
 }
 
 void fe_frombytes(fe h, const unsigned char* s) {

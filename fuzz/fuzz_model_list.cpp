@@ -13,11 +13,13 @@
 #include <set>
 #include <string>
 
+#include "fuzz/fuzz_support.h"
 #include "models/model_list.h"
 #include "tools/model_tool/ed25519_keys.h"
 
 namespace {
 
+using velko::fuzz::require;
 using velko::models::ListResult;
 using velko::models::ModelEntry;
 using velko::models::ModelKind;
@@ -50,12 +52,6 @@ bool hasNonNumericFormat(const std::string& listText) {
   if (!root.is_object() || !root.contains("models") || !root["models"].is_array()) return false;
   const auto format = root.find("format");
   return format != root.end() && !format->is_number() && !format->is_boolean();
-}
-
-void require(bool condition, const char* what) {
-  if (condition) return;
-  std::fprintf(stderr, "broken invariant: %s\n", what);
-  std::abort();
 }
 
 bool startsWith(const std::string& text, const char* prefix) {

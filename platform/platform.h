@@ -23,8 +23,8 @@ std::optional<std::string> processShortName(int pid);
 
 // The string value of `key` at the top level of a property list, XML or binary, given as raw bytes.
 // Nothing when the bytes are no property list, the root is no dictionary, the value is missing or
-// no string, or the string is longer than 127 bytes; nothing too for a list nested absurdly deep
-// (see property_list_nesting.h), which is never handed to the library.
+// no string, or the string is longer than 127 bytes or not valid UTF-8; nothing too for a list
+// nested absurdly deep (see property_list_nesting.h), which is never handed to the library.
 std::optional<std::string> propertyListString(std::string_view bytes, const std::string& key);
 
 // The user's first preferred language as the system reports it ("de-DE", "en_US.UTF-8", ...).

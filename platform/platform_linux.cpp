@@ -34,6 +34,38 @@ std::optional<std::string> nonEmptyEnv(const char* name) {
   return std::string(value);
 }
 
+// Strict UTF-8: no overlong forms, no surrogates, nothing above U+10FFFF.
+bool isUtf8(std::string_view text) {
+  for (size_t i = 0; i < text.size();) {
+    const auto byte = [&](size_t k) { return static_cast<unsigned char>(text[k]); };
+    const unsigned char lead = byte(i);
+    size_t length = 0;
+    unsigned char low = 0x80, high = 0xBF;  // the range of the second byte
+    if (lead < 0x80) {
+      length = 1;
+    } else if (lead >= 0xC2 && lead <= 0xDF) {
+      length = 2;
+    } else if (lead >= 0xE0 && lead <= 0xEF) {
+      length = 3;
+      if (lead == 0xE0) low = 0xA0;
+      if (lead == 0xED) high = 0x9F;
+    } else if (lead >= 0xF0 && lead <= 0xF4) {
+      length = 4;
+      if (lead == 0xF0) low = 0x90;
+      if (lead == 0xF4) high = 0x8F;
+    } else {
+      return false;
+    }
+    if (text.size() - i < length) return false;
+    for (size_t k = 1; k < length; ++k) {
+      const unsigned char min = k == 1 ? low : 0x80, max = k == 1 ? high : 0xBF;
+      if (byte(i + k) < min || byte(i + k) > max) return false;
+    }
+    i += length;
+  }
+  return true;
+}
+
 }  // namespace
 
 std::vector<int> listProcessIds() {
@@ -79,7 +111,11 @@ std::optional<std::string> propertyListString(std::string_view bytes, const std:
     if (node != nullptr && plist_get_node_type(node) == PLIST_STRING) {
       uint64_t length = 0;
       const char* text = plist_get_string_ptr(node, &length);
-      if (text != nullptr && length <= kPropertyStringLimit) result.emplace(text, length);
+      // libplist hands over the bytes of a binary list's ASCII-typed string and of XML text
+      // unchecked; the system's own reader gives text only.
+      if (text != nullptr && length <= kPropertyStringLimit && isUtf8({text, length})) {
+        result.emplace(text, length);
+      }
     }
   }
   plist_free(root);

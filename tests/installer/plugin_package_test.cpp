@@ -32,6 +32,7 @@ TEST(ReadPluginPackage, ManifestRules) {
       {"version a number", R"({"id": "a", "name": "A", "version": 1})", std::nullopt},
       {"root an array", R"([{"id": "a", "name": "A", "version": "1"}])", std::nullopt},
       {"leading comment", "// x\n" + withHost("{}"), std::nullopt},
+      {"number overflow", withHost("1e999"), std::nullopt},
       {"no manifest", std::nullopt, std::nullopt},
   };
   for (const auto& c : cases) {

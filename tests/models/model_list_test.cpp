@@ -65,6 +65,7 @@ TEST(ModelListTest, WholeListsAcceptedOrRefusedWithTheirMessage) {
       {kList, signatureFor(kList, "VELKO-MODELS-V1\n", {42}), bad},
       {"not json {", "", notJson},
       {"// comment\n" + kList, "", notJson},
+      {"99995555555555595E555555555555555554", "", notJson},  // overflows a double
       {"[]", "", missing},
       {R"({"format":1})", "", missing},
       {R"({"format":1,"models":{}})", "", missing},

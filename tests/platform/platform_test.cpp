@@ -84,6 +84,16 @@ TEST(PropertyListString, XmlAndBinaryGiveTheSameAnswers) {
     EXPECT_EQ(propertyListString(xml, key), c.expected) << "XML";
     EXPECT_EQ(propertyListString(test::binaryPlist(xml), key), c.expected) << "binary";
   }
+  // A binary list whose value is an ASCII-typed string, by hand: libplist passes its bytes on as
+  // they are, so a byte that is no UTF-8 must be refused here.
+  const auto asciiValue = [](const std::string& two) {
+    return std::string("bplist00\xD1\x01\x02\x5F\x10\x1A", 14) + "CFBundleShortVersionString" +
+           "\x52" + two + std::string("\x08\x0B\x28\0\0\0\0\0\0\x01\x01", 11) +
+           std::string(7, '\0') + "\x03" + std::string(15, '\0') + "\x2B";
+  };
+  EXPECT_EQ(propertyListString(asciiValue("25"), key), "25");
+  EXPECT_EQ(propertyListString(asciiValue("\xD3\x32"), key), std::nullopt);
+  EXPECT_EQ(propertyListString(test::xmlPlist(dict("<string>2\xD3</string>")), key), std::nullopt);
   // Bytes that are no property list, or a damaged one, give nothing.
   const std::string xml = test::xmlPlist(dict("<string>25.0</string>"));
   for (const std::string& bytes : {key + " = 25.0", xml.substr(0, xml.size() / 2),
