@@ -73,13 +73,15 @@ std::string phaseOf(const fs::path& store, const std::optional<Tree>& installed,
   const fs::path part = downloads / (std::string(kId) + ".zip.part");
   std::error_code ec;
   const bool hasPart = fs::is_regular_file(part, ec);
-  const bool hasScratch = fs::exists(downloads / (std::string(kId) + ".unpack"), ec) ||
-                          fs::exists(downloads / (std::string(kId) + ".old"), ec);
+  const bool hasUnpack = fs::exists(downloads / (std::string(kId) + ".unpack"), ec);
+  // `.old` exists only between the renames of the slow way, where no exchange is possible.
+  const bool hasOld = fs::exists(downloads / (std::string(kId) + ".old"), ec);
   if (installed == fresh) {
     if (readFile(store / ".installed" / (std::string(kId) + ".json")) == freshMarker) return "done";
-    return hasPart || hasScratch ? "swap" : "marker";
+    return hasPart || hasUnpack || hasOld ? "swap" : "marker";
   }
-  if (hasScratch) return "unpack";
+  if (hasOld) return "swap";
+  if (hasUnpack) return "unpack";
   if (hasPart) return fs::file_size(part, ec) == size ? "hashing" : "transfer";
   return "start";
 }
