@@ -7,7 +7,9 @@
 #   nginx-serve.sh config <root> <state-dir> <port> [--https]
 #                                                          only writes <state-dir>/nginx.conf
 #
-# With --https the server uses a self-signed certificate made here, which nobody trusts.
+# With --https the server uses a self-signed certificate made here, which nobody trusts. With
+# NGINX_SERVE_ACCESS_LOG=1 in the environment every request is logged to <state-dir>/logs/access.log
+# as "<request line> <status> <Range header> <body bytes sent>", for benchmarks that count bytes.
 set -euo pipefail
 
 NGINX=${NGINX:-/usr/sbin/nginx}
@@ -49,6 +51,11 @@ write_config() {
   port=$3
   https=$4
   listen="127.0.0.1:$port"
+  local access="access_log off;"
+  if [[ ${NGINX_SERVE_ACCESS_LOG:-} == 1 ]]; then
+    access="log_format ranges '\$request \$status \"\$http_range\" \$body_bytes_sent';
+  access_log \"$state/logs/access.log\" ranges;"
+  fi
   if [[ $https == yes ]]; then
     [[ -f $state/cert.pem ]] || make_certificate "$state"
     listen="$listen ssl"
@@ -62,7 +69,7 @@ pid "$state/nginx.pid";
 error_log "$state/logs/error.log";
 events { worker_connections 256; }
 http {
-  access_log off;
+  $access
   client_body_temp_path "$state/temp/client";
   proxy_temp_path "$state/temp/proxy";
   fastcgi_temp_path "$state/temp/fastcgi";

@@ -1,12 +1,35 @@
 #!/usr/bin/env bash
 # The installer's main job from a fresh machine: install what is missing, build, show the status,
-# install the sample plug-in package for the current user, and show the window (or its pictures).
+# install the sample plug-in package for the current user, fetch and remove demo models from a local
+# model server, and show the window (or its pictures).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/install-deps.sh
 bash scripts/build.sh
 ./build/velko-installer --cli status
 ./build/velko-installer --cli install
+
+# --- The models --------------------------------------------------------------------------------------
+# The demo model set from the build, served by nginx on loopback, into a model folder under build/:
+# the user's own model folder is never touched. The server stops however the script ends.
+demo_store=build/demo-store
+rm -rf "$demo_store"
+trap 'bash scripts/demo-server.sh stop' EXIT
+list_url=$(bash scripts/demo-server.sh start)
+echo "Demo model list: $list_url, model folder: $demo_store"
+demo() {
+  echo "\$ velko-installer $*"
+  local code=0
+  VELKO_MODEL_LIST_URL=$list_url VELKO_MODEL_STORE=$demo_store ./build/velko-installer "$@" 2>&1 ||
+    code=$?
+  [ "$code" -eq 0 ] || echo "(exit code $code)"
+}
+demo --cli models
+demo --cli models-fetch --model all
+demo --cli models
+demo --cli models-remove --model demo-style
+demo --cli models
+bash scripts/demo-server.sh stop
 
 # --- The window ------------------------------------------------------------------------------------
 # With a display, open the window on the sample plug-in. Without one, make pictures of the main

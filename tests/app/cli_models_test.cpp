@@ -7,6 +7,8 @@
 
 #include "tests/app/cli_fixture.h"
 #include "tests/support/model_server.h"
+#include "tests/support/nginx_server.h"
+#include "tests/support/zip_archive.h"
 
 namespace velko::test {
 namespace {
@@ -232,6 +234,51 @@ TEST_F(CliModelsTest, ModelLockHoldsAcrossProcesses) {
   ASSERT_EQ(waitpid(first, &status, 0), first);
   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
   EXPECT_EQ(readFile(models() / "slow.bin"), slowBytes) << "the first download went on undisturbed";
+}
+
+// The whole road against Debian's nginx, whose 206 and 416 answers are its own: both kinds of
+// model, a cut download resumed, and a resume the server refuses because its file got shorter.
+TEST_F(CliModelsTest, FetchesAndResumesFromRealNginx) {
+  TempDir root;
+  std::string fileBytes;
+  for (int i = 0; fileBytes.size() < 300000; ++i)
+    fileBytes += std::to_string(i) + ",";
+  writeFile(root / "a.bin", fileBytes);
+  writeZip(root / "p.zip", {zipFolder("p.mlmodelc/"), zipFile("p.mlmodelc/w.bin", fileBytes),
+                            zipFolder("__MACOSX/")});
+  const std::string zipBytes = *readFile(root / "p.zip");
+  const SignedList list = signedList({fileModel("a", fileBytes), coremlModel("p", zipBytes)});
+  writeFile(root / "models.json", list.text);
+  writeFile(root / "models.json.sig", list.signature);
+  NginxServer nginx(root.path());
+  const Env env{{"VELKO_MODEL_LIST_URL", nginx.url("/models.json")}};
+
+  const ProcessResult all = run({"--cli", "models-fetch", "--model", "all"}, env);
+  EXPECT_EQ(all.out, "loaded=2 failed=0\n") << all.err;
+  EXPECT_EQ(readFile(models() / "a.bin"), fileBytes);
+  EXPECT_EQ(readFile(models() / "p.mlmodelc" / "w.bin"), fileBytes);
+  EXPECT_FALSE(fs::exists(models() / "__MACOSX"));
+
+  // A download cut at 100000 bytes goes on from there with nginx's 206.
+  const fs::path part = models() / ".downloads" / "a.bin.part";
+  writeFile(part, fileBytes.substr(0, 100000));
+  const ProcessResult resumed = run({"--cli", "models-fetch", "--model", "a"}, env);
+  EXPECT_EQ(resumed.out, "loaded a resumed\n") << resumed.err;
+  EXPECT_EQ(readFile(models() / "a.bin"), fileBytes);
+
+  // The server's file is now shorter than the part: nginx answers 416, the part is dropped and
+  // the file is fetched from its start, which ends early. Once the file is whole again, the next
+  // run resumes on the fresh bytes, so nothing of the dropped part survived.
+  writeFile(part, std::string(200000, 'x'));
+  writeFile(root / "a.bin", fileBytes.substr(0, 150000));
+  const ProcessResult refused = run({"--cli", "models-fetch", "--model", "a"}, env);
+  EXPECT_EQ(refused.exitCode, 1);
+  EXPECT_EQ(refused.err, "failed: Download interrupted – \"Download\" resumes it.\n");
+  EXPECT_EQ(readFile(part), fileBytes.substr(0, 150000));
+  writeFile(root / "a.bin", fileBytes);
+  const ProcessResult recovered = run({"--cli", "models-fetch", "--model", "a"}, env);
+  EXPECT_EQ(recovered.out, "loaded a resumed\n") << recovered.err;
+  EXPECT_EQ(readFile(models() / "a.bin"), fileBytes);
 }
 
 }  // namespace

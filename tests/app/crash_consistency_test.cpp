@@ -2,15 +2,11 @@
 // new document, other plug-ins must keep their entries and folders, and the next install must
 // succeed.
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <chrono>
 #include <iostream>
 #include <nlohmann/json.hpp>
-#include <random>
 
+#include "tests/support/kill_campaign.h"
 #include "tests/support/test_support.h"
 
 namespace velko::test {
@@ -79,39 +75,23 @@ TEST(CrashConsistency, KilledInstallLeavesOldOrNewRegistry) {
   writeTemplate(templ);
   const json oldDoc = *parseRegistry(templ);
 
-  // Kills are spread over the length of an undisturbed install, taken anew from each completed
-  // one, so that they keep reaching the registry write when the machine is busy.
-  long span = 0;
-  auto timedInstall = [&](const fs::path& base) {
-    const auto start = std::chrono::steady_clock::now();
-    ProcessResult r = runProcess(installArgs(package, base));
-    span = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() -
-                                                                 start)
-               .count();
-    return r;
-  };
+  KillCampaign campaign;
   const fs::path reference = dir / "reference";
   fs::copy(templ, reference, fs::copy_options::recursive);
-  const ProcessResult ref = timedInstall(reference);
+  const ProcessResult ref = campaign.timedRun(installArgs(package, reference));
   ASSERT_EQ(ref.exitCode, 0) << ref.err;
   const json newDoc = *parseRegistry(reference);
   ASSERT_NE(oldDoc, newDoc);
 
-  std::mt19937 random(std::random_device{}());
   int killedEarly = 0, sawOld = 0, sawNew = 0;
   for (int run = 0; run < VELKO_CRASH_RUNS; ++run) {
     const fs::path base = dir / ("run" + std::to_string(run));
     fs::copy(templ, base, fs::copy_options::recursive);
-    const long waitMicros = std::uniform_int_distribution<long>(0, span + span / 3)(random);
+    bool killed = false;
+    const long waitMicros = campaign.startAndKill(installArgs(package, base), {}, killed);
     SCOPED_TRACE("run " + std::to_string(run) + ", kill after " + std::to_string(waitMicros) +
                  " us");
-
-    const pid_t pid = startProcess(installArgs(package, base));
-    usleep(static_cast<useconds_t>(waitMicros));
-    kill(pid, SIGKILL);
-    int status = 0;
-    waitpid(pid, &status, 0);
-    if (WIFSIGNALED(status)) ++killedEarly;
+    if (killed) ++killedEarly;
 
     const std::optional<json> doc = parseRegistry(base);
     ASSERT_TRUE(doc) << "PS.json must stay valid JSON";
@@ -123,7 +103,7 @@ TEST(CrashConsistency, KilledInstallLeavesOldOrNewRegistry) {
         fs::exists(base / "Plugins" / "External" / (std::string(kId) + "_0.5") / "notes.txt"))
         << "a folder without the marker is never deleted";
 
-    const ProcessResult again = timedInstall(base);
+    const ProcessResult again = campaign.timedRun(installArgs(package, base));
     ASSERT_EQ(again.exitCode, 0) << again.err;
     EXPECT_EQ(*parseRegistry(base), newDoc);
     const fs::path target = base / "Plugins" / "External" / (std::string(kId) + "_2.0.0");
@@ -136,7 +116,7 @@ TEST(CrashConsistency, KilledInstallLeavesOldOrNewRegistry) {
   }
   std::cout << "[ crash    ] " << VELKO_CRASH_RUNS << " runs, " << killedEarly
             << " killed before they ended; registry old " << sawOld << ", new " << sawNew
-            << " (last undisturbed install " << span << " us)\n";
+            << " (last undisturbed install " << campaign.span() << " us)\n";
 }
 
 }  // namespace

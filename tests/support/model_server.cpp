@@ -51,15 +51,20 @@ std::array<unsigned char, 32> developmentPublicKey() {
   return *model_tool::publicKeyOf(developmentSeed());
 }
 
+SignedList signedList(const std::vector<nlohmann::json>& entries) {
+  const std::string text =
+      nlohmann::json{{"format", 1}, {"issued", "2026-11-22"}, {"models", entries}}.dump();
+  return {text, model_tool::signModelList(developmentSeed(), text)};
+}
+
 void ModelServer::publish(const std::vector<nlohmann::json>& entries,
                           const std::vector<std::string>& bytes) {
   for (size_t i = 0; i < entries.size() && i < bytes.size(); ++i) {
     http.serve("/m/" + entries[i]["file"].get<std::string>(), bytes[i]);
   }
-  const std::string listText =
-      nlohmann::json{{"format", 1}, {"issued", "2026-11-22"}, {"models", entries}}.dump();
-  http.serve("/m/models.json", listText);
-  http.serve("/m/models.json.sig", model_tool::signModelList(developmentSeed(), listText));
+  SignedList list = signedList(entries);
+  http.serve("/m/models.json", std::move(list.text));
+  http.serve("/m/models.json.sig", std::move(list.signature));
 }
 
 }  // namespace velko::test

@@ -23,6 +23,13 @@ std::string sha256Hex(const std::string& bytes);
 // The public half of the development key in tests/data.
 std::array<unsigned char, 32> developmentPublicKey();
 
+// The list text of `entries` and its signature by the development key, as a server publishes them.
+struct SignedList {
+  std::string text;
+  std::string signature;
+};
+SignedList signedList(const std::vector<nlohmann::json>& entries);
+
 class ModelServer {
  public:
   // Signs a list of `entries` with the development key and serves it at /m/models.json with its
