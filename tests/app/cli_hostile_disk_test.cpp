@@ -111,7 +111,9 @@ TEST_F(HostileDiskTest, NonFilesAndAbsurdNestingAreUnreadableNeverFatal) {
     EXPECT_EQ(r.exitCode, c.code) << "signal " << r.signal;
     EXPECT_EQ(r.out, c.out);
     EXPECT_EQ(r.err, c.err);
-    if (c.code != 0) EXPECT_EQ(registryText(), registryBefore);
+    if (c.code != 0) {
+      EXPECT_EQ(registryText(), registryBefore);
+    }
     EXPECT_EQ(fs::exists(oldKeep()), c.oldFolderKept);
   }
 }

@@ -111,7 +111,7 @@ TEST_F(UxpTest, HostileRegistryPathsDeleteOnlyMarkedFolders) {
             std::vector<std::string>{"Skipped old registry entry with unexpected path: /else"});
   EXPECT_EQ(r.removedFolders, (std::vector<std::string>{"../../x", v("0.5"), trash, staging}));
   EXPECT_EQ(json::parse(readFile(registry).value())["plugins"], json({kOther, kNewEntry}));
-  for (const std::string kept : {std::string("../../y"), v("0.6"), v("x_2"), kId + "x_1", kNew}) {
+  for (const std::string& kept : {std::string("../../y"), v("0.6"), v("x_2"), kId + "x_1", kNew}) {
     EXPECT_TRUE(fs::exists(external / kept)) << kept;
   }
   expectNoOwnLeftovers();
@@ -133,7 +133,7 @@ TEST_F(UxpTest, UninstallDropsEveryEntryOfTheIdAndOnlyMarkedFolders) {
   EXPECT_EQ(json::parse(readFile(registry).value())["plugins"], json({kOther, 3}));
   EXPECT_FALSE(fs::exists(external / v("1.0")));
   EXPECT_FALSE(fs::exists(external / trash));
-  for (const std::string kept : {v("0.7"), v("0.8"), std::string("../../x"), kId + "x_1"}) {
+  for (const std::string& kept : {v("0.7"), v("0.8"), std::string("../../x"), kId + "x_1"}) {
     EXPECT_TRUE(fs::exists(external / kept)) << kept;
   }
   expectOnlyRegistryAndBackups(1);
@@ -180,7 +180,7 @@ TEST_F(UxpTest, InstallFromTheInstalledFolderIsRefused) {
 // leftovers of our own names go; one with content, or a name of no run of ours, stays.
 TEST_F(UxpTest, EmptyLeftoversOfKilledRunsGoOthersStay) {
   prepare(nullptr, {});
-  for (const std::string empty :
+  for (const std::string& empty :
        {v("1.0.velko-staging-123"), v("0.9.velko-trash-456"), v("0.7"), v("0.6.velko-trash-x")}) {
     fs::create_directories(external / empty);
   }
@@ -188,7 +188,7 @@ TEST_F(UxpTest, EmptyLeftoversOfKilledRunsGoOthersStay) {
   ASSERT_TRUE(installIntoPhotoshop(package("2.0"), options()).ok);
   EXPECT_FALSE(fs::exists(external / v("1.0.velko-staging-123")));
   EXPECT_FALSE(fs::exists(external / v("0.9.velko-trash-456")));
-  for (const std::string kept : {v("0.7"), v("0.6.velko-trash-x"), v("0.8.velko-staging-789")}) {
+  for (const std::string& kept : {v("0.7"), v("0.6.velko-trash-x"), v("0.8.velko-staging-789")}) {
     EXPECT_TRUE(fs::exists(external / kept)) << kept;
   }
 }
