@@ -87,7 +87,7 @@ void KVController::rebuild() {
   QWidget* root = _screen;
 
   auto* logo = new KVLogo(root);
-  logo->setGeometry(32, 34, 38, 20);
+  logo->setFrame(QRect(32, 34, 38, 20));
   QFont brand = boldFont(11);
   brand.setLetterSpacing(QFont::AbsoluteSpacing, 2.6);
   labelIn(root, QStringLiteral("SOLSTICE TOOLS"), brand, dimText(), QRectF(80, 36, 300, 16));

@@ -50,10 +50,15 @@ void KVCard::paintEvent(QPaintEvent*) {
   painter.drawRoundedRect(QRectF(rect()), 4, 4);
 }
 
+void KVLogo::setFrame(const QRect& frame) {
+  setGeometry(frame.adjusted(-kOverhang, -kOverhang, kOverhang, kOverhang));
+}
+
 void KVLogo::paintEvent(QPaintEvent*) {
-  const double w = width();
+  // The layout frame's width sets the size; its centre is the widget's centre.
+  const double w = width() - 2 * kOverhang;
   const double a = w * 0.5 - 1.5;
-  const QPointF centre(w * 0.5, height() * 0.5);
+  const QPointF centre(width() * 0.5, height() * 0.5);
   QPainterPath path(QPointF(centre.x() + a, centre.y()));
   // 120 segments, one every 3 degrees; the 1.9 stretches the figure upright, past the frame's
   // height on purpose.

@@ -27,6 +27,9 @@ const QColor kAccentStroke(16, 182, 239);
 const Probe kWindow{"window background", 5, 5, kBackground};
 const Probe kLogoCrossing{"logo stroke where the curve crosses itself", 51, 44, kAccentStroke};
 const Probe kLogoTip{"logo stroke at its right tip", 68, 44, kAccentStroke};
+// The loops reach about 12 above and below the centre, past the 20-high frame, and are not cut.
+const Probe kLogoTop{"logo stroke at the top of its right loop", 61, 32, kAccentStroke};
+const Probe kLogoBottom{"logo stroke at the bottom of its left loop", 40, 55, kAccentStroke};
 const Probe kPrimaryAtRest{"primary button at rest", 384, 340, kAmberColor};
 
 void expectProbes(const QImage& image, const std::vector<Probe>& probes) {
@@ -77,7 +80,13 @@ TEST(WindowPictures, EveryMainScreenInBothLanguages) {
          return withPackage(scene, {});
        },
        {560, 400},
-       {kWindow, kLogoCrossing, kLogoTip, {"card", 40, 160, kCardColor}, kPrimaryAtRest}},
+       {kWindow,
+        kLogoCrossing,
+        kLogoTip,
+        kLogoTop,
+        kLogoBottom,
+        {"card", 40, 160, kCardColor},
+        kPrimaryAtRest}},
       {"idle-no-photoshop",
        [](const Scene& scene) { return withPackage(scene, {}); },
        {560, 400},
