@@ -4,6 +4,8 @@
 
 #include <QAbstractButton>
 #include <QColor>
+#include <QScrollArea>
+#include <QTimer>
 #include <QWidget>
 
 #include <cstdint>
@@ -62,6 +64,21 @@ class KVLogo : public KVView {
 
  protected:
   void paintEvent(QPaintEvent* event) override;
+};
+
+// A scroll area with no frame and no background whose vertical bar floats over the content, takes
+// no room from it, and shows only while the content moves.
+class KVScrollArea : public QScrollArea {
+  Q_OBJECT
+ public:
+  explicit KVScrollArea(QWidget* parent);
+
+ protected:
+  void resizeEvent(QResizeEvent* event) override;
+
+ private:
+  QScrollBar* _overlay;
+  QTimer _hide;
 };
 
 enum KVButtonStyle : int64_t {
