@@ -299,8 +299,10 @@ TEST_F(ModelsScreen, DownloadShowsProgressCancelsAndResumes) {
 }
 
 TEST_F(ModelsScreen, ProgressReportsAndRebuildsStayWithinTheirRates) {
-  publishThree(HttpMode::Trickle);  // "a" takes about a second
-  server_.http.route("/m/a.bin", {HttpMode::Trickle, std::string(1000, 'a'), 400});
+  // 64 MB in four bursts a second apart: within a burst curl reports every few kilobytes.
+  const std::string bytes(64'000'000, 'a');
+  server_.publish({fileModel("a", bytes)}, {bytes});
+  server_.http.route("/m/a.bin", {HttpMode::Trickle, bytes, 16'000'000});
   Window window(options());
   openAndLoad(window);
   EventCounter calls(&window.controller(), QEvent::MetaCall);
