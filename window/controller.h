@@ -66,6 +66,8 @@ class KVController : public QObject {
   // Once a second: the idle screen follows the disk and Photoshop, the waiting screen starts the
   // action once Photoshop has gone. A screenshot run holds still.
   void tick();
+  // Throws the whole view tree away and builds it anew from the fields.
+  void rebuild();
 
   int32_t mode() const { return _mode; }
   KVRoot* window() const { return _window.get(); }
@@ -111,7 +113,6 @@ class KVController : public QObject {
   // Screens (screens.cpp).
   QString text(const char* german, const char* english) const;
   QString versionText() const;
-  void rebuild();
   void buildProduct(QWidget* root);
   void buildIdle(QWidget* root, double w);
   void buildWaiting(QWidget* root, double w);
