@@ -41,6 +41,36 @@ KVView* shapeIn(QWidget* parent, const QRectF& frame, const QColor& fill, double
   return view;
 }
 
+// What a row at rest shows: its status word, its dot and its one action, if any.
+struct RowLook {
+  const char* statusDe;
+  const char* statusEn;
+  QColor dot;
+  const char* buttonDe = nullptr;  // no button when null
+  const char* buttonEn = nullptr;
+  const char* action = nullptr;  // the button's identifier, before the model id
+};
+
+RowLook rowLook(const ModelRow& row) {
+  // A model this application is too old for can be neither fetched nor deleted from here.
+  if (!row.compatible) return {"Braucht eine neuere Version", "Needs a newer version", kAmber};
+  switch (row.state) {
+    case ModelRowState::Missing:
+      return {"Fehlt", "Missing", dimText(), "Laden", "Download", "fetch:"};
+    case ModelRowState::Partial:
+      return {"Unterbrochen", "Interrupted", kAmber, "Fortsetzen", "Resume", "fetch:"};
+    case ModelRowState::Installed:
+      if (row.updateAvailable) {
+        return {"Update verfügbar", "Update available", kAmber,
+                "Aktualisieren",    "Update",           "fetch:"};
+      }
+      return {"Geladen", "Downloaded", kAccent, "Löschen", "Delete", "remove:"};
+    case ModelRowState::Bundled:
+      break;
+  }
+  return {"Im Programm enthalten", "Included with the app", kAccent};
+}
+
 }  // namespace
 
 void KVController::buildModels(QWidget* root, double w) {
@@ -98,10 +128,11 @@ void KVController::buildModels(QWidget* root, double w) {
   scroll->verticalScrollBar()->setValue(static_cast<int>(
       std::min(_modelScrollY, std::max(0.0, static_cast<double>(documentHeight - kListHeight)))));
 
-  const bool error = !_modelBusy && !_modelMessage.isNull() && _modelMessageIsError;
-  const bool loud = _modelBusy;
-  labelIn(root, modelMessageLine(rows), regularFont(12),
-          loud ? kText : (error ? kCoral : dimText()), QRectF(32, 452, w, 34))
+  // Work in progress in the text colour, an error in coral, anything else dim.
+  const QColor messageColor = _modelBusy                                        ? kText
+                              : !_modelMessage.isNull() && _modelMessageIsError ? kCoral
+                                                                                : dimText();
+  labelIn(root, modelMessageLine(rows), regularFont(12), messageColor, QRectF(32, 452, w, 34))
       ->setObjectName(QStringLiteral("message"));
 
   buttonIn(root, text("Zurück", "Back"), KVButtonStyleText, &KVController::onText,
@@ -163,38 +194,9 @@ void KVController::buildModelRow(QWidget* list, const ModelRow& row, int y, doub
   labelIn(list, detail, small, dimText(), QRectF(14, y + 30, d, 16));
   const double x = d + 24;
 
-  QString status;
-  QColor dot;
-  QString button;
-  QString identifier;
-  const QString id = qs(row.id);
-  if (!row.compatible) {
-    status = text("Braucht eine neuere Version", "Needs a newer version");
-    dot = kAmber;
-  } else if (row.state == ModelRowState::Missing) {
-    status = text("Fehlt", "Missing");
-    dot = dimText();
-    button = text("Laden", "Download");
-    identifier = QStringLiteral("fetch:") + id;
-  } else if (row.state == ModelRowState::Partial) {
-    status = text("Unterbrochen", "Interrupted");
-    dot = kAmber;
-    button = text("Fortsetzen", "Resume");
-    identifier = QStringLiteral("fetch:") + id;
-  } else if (row.state == ModelRowState::Installed && row.updateAvailable) {
-    status = text("Update verfügbar", "Update available");
-    dot = kAmber;
-    button = text("Aktualisieren", "Update");
-    identifier = QStringLiteral("fetch:") + id;
-  } else if (row.state == ModelRowState::Installed) {
-    status = text("Geladen", "Downloaded");
-    dot = kAccent;
-    button = text("Löschen", "Delete");
-    identifier = QStringLiteral("remove:") + id;
-  } else {
-    status = text("Im Programm enthalten", "Included with the app");
-    dot = kAccent;
-  }
+  const RowLook look = rowLook(row);
+  QString button = look.buttonDe != nullptr ? text(look.buttonDe, look.buttonEn) : QString();
+  QString identifier = look.action != nullptr ? QLatin1String(look.action) + qs(row.id) : QString();
 
   const bool busyRow = _modelBusy && row.id == _busyId;
   if (busyRow) {
@@ -209,8 +211,10 @@ void KVController::buildModelRow(QWidget* list, const ModelRow& row, int y, doub
     button = text("Abbrechen", "Cancel");
     identifier = QStringLiteral("cancel");
   } else {
-    shapeIn(list, QRectF(x, y + 34, 7, 7), dot, 3.5)->setObjectName(QStringLiteral("dot:") + id);
-    labelIn(list, status, small, kText, QRectF(x + 13, y + 30, w - 150 - d - 20, 16));
+    shapeIn(list, QRectF(x, y + 34, 7, 7), look.dot, 3.5)
+        ->setObjectName(QStringLiteral("dot:") + qs(row.id));
+    labelIn(list, text(look.statusDe, look.statusEn), small, kText,
+            QRectF(x + 13, y + 30, w - 150 - d - 20, 16));
   }
   if (button.isEmpty()) return;
   const QString title = qs(row.title);
