@@ -13,7 +13,7 @@
 #include <chrono>
 #include <functional>
 
-#include "tests/support/model_server.h"
+#include "tests/window/mixed_models.h"
 #include "tests/window/window_fixture.h"
 #include "window/look.h"
 
@@ -125,64 +125,27 @@ class ModelsScreen : public ::testing::Test {
 };
 
 TEST_F(ModelsScreen, RowsShowStateDotAndButtonInBothLanguages) {
-  const std::string bytes(1000, 'x');
-  nlohmann::json tooNew = fileModel("new", bytes);
-  tooNew["min_velko"] = "1.0.1";
-  nlohmann::json noLicense = fileModel("nolic", bytes);
-  noLicense["license"] = "";
-  server_.publish({fileModel("mis", bytes), fileModel("part", bytes), fileModel("inst", bytes),
-                   fileModel("upd", bytes), coremlModel("bun", bytes), tooNew, noLicense},
-                  std::vector<std::string>(7, bytes));
-  writeFile(models() / "inst.bin", bytes);
-  writeFile(models() / ".installed" / "inst.json",
-            R"({"sha256":")" + sha256Hex(bytes) + R"(","version":""})");
-  writeFile(models() / "upd.bin", "old");
-  writeFile(models() / ".installed" / "upd.json", R"({"sha256":"","version":""})");
-  writeFile(models() / ".downloads" / "part.bin.part", "12");
-  fs::create_directories(scene_.dir_ / "outside" / "bun.mlmodelc");
-
+  publishMixedModels(server_, models(), scene_.dir_ / "outside");
   const QColor kDimOnCard(164, 168, 173);  // text at 0.62 over the card
+  const QColor kAmber = window::kAmber;
+  const QColor kAccent = window::kAccent;
   const struct {
     const char* id;
-    Texts de, en;            // title, detail, status word and button as the row shows them
+    Texts de, en;            // status word and button as the row shows them after its detail
     const char* identifier;  // "" for no button
     QColor dot;
   } rows[] = {
-      {"mis",
-       {"Titel mis", "1,0 KB  ·  MIT", "Fehlt", "[Laden]"},
-       {"Title mis", "1.0 KB  ·  MIT", "Missing", "[Download]"},
-       "fetch:mis",
-       kDimOnCard},
-      {"part",
-       {"Titel part", "1,0 KB  ·  MIT", "Unterbrochen", "[Fortsetzen]"},
-       {"Title part", "1.0 KB  ·  MIT", "Interrupted", "[Resume]"},
-       "fetch:part",
-       window::kAmber},
-      {"inst",
-       {"Titel inst", "1,0 KB  ·  MIT", "Geladen", "[Löschen]"},
-       {"Title inst", "1.0 KB  ·  MIT", "Downloaded", "[Delete]"},
-       "remove:inst",
-       window::kAccent},
+      {"mis", {"Fehlt", "[Laden]"}, {"Missing", "[Download]"}, "fetch:mis", kDimOnCard},
+      {"part", {"Unterbrochen", "[Fortsetzen]"}, {"Interrupted", "[Resume]"}, "fetch:part", kAmber},
+      {"inst", {"Geladen", "[Löschen]"}, {"Downloaded", "[Delete]"}, "remove:inst", kAccent},
       {"upd",
-       {"Titel upd", "1,0 KB  ·  MIT", "Update verfügbar", "[Aktualisieren]"},
-       {"Title upd", "1.0 KB  ·  MIT", "Update available", "[Update]"},
+       {"Update verfügbar", "[Aktualisieren]"},
+       {"Update available", "[Update]"},
        "fetch:upd",
-       window::kAmber},
-      {"bun",
-       {"Titel bun", "1,0 KB  ·  MIT", "Im Programm enthalten"},
-       {"Title bun", "1.0 KB  ·  MIT", "Included with the app"},
-       "",
-       window::kAccent},
-      {"new",
-       {"Titel new", "1,0 KB  ·  MIT", "Braucht eine neuere Version"},
-       {"Title new", "1.0 KB  ·  MIT", "Needs a newer version"},
-       "",
-       window::kAmber},
-      {"nolic",
-       {"Titel nolic", "1,0 KB  ·  –", "Fehlt", "[Laden]"},
-       {"Title nolic", "1.0 KB  ·  –", "Missing", "[Download]"},
-       "fetch:nolic",
-       kDimOnCard},
+       kAmber},
+      {"bun", {"Im Programm enthalten"}, {"Included with the app"}, "", kAccent},
+      {"new", {"Braucht eine neuere Version"}, {"Needs a newer version"}, "", kAmber},
+      {"nolic", {"Fehlt", "[Laden]"}, {"Missing", "[Download]"}, "fetch:nolic", kDimOnCard},
   };
   for (const bool english : {false, true}) {
     Window window(options(english));
@@ -191,11 +154,16 @@ TEST_F(ModelsScreen, RowsShowStateDotAndButtonInBothLanguages) {
     const QImage picture = window.widget().grab().toImage();
     for (const auto& row : rows) {
       SCOPED_TRACE(std::string(row.id) + (english ? " en" : " de"));
-      EXPECT_TRUE(contains(texts, english ? row.en : row.de)) << ::testing::PrintToString(texts);
+      const std::string title = (english ? "Title " : "Titel ") + std::string(row.id);
+      const std::string license = std::string(row.id) == "nolic" ? "–" : "MIT";
+      Texts shown = {title, (english ? "1.0 KB  ·  " : "1,0 KB  ·  ") + license};
+      for (const std::string& text : english ? row.en : row.de)
+        shown.push_back(text);
+      EXPECT_TRUE(contains(texts, shown)) << ::testing::PrintToString(texts);
       window::KVButton* b = button(window, row.identifier);
       EXPECT_EQ(b != nullptr, *row.identifier != '\0');
       if (b != nullptr) {
-        EXPECT_EQ(b->toolTip().toStdString(), (english ? row.en : row.de)[0]);
+        EXPECT_EQ(b->toolTip().toStdString(), title);
       }
       QWidget* dot = window.widget().findChild<QWidget*>(QStringLiteral("dot:") + row.id);
       ASSERT_NE(dot, nullptr);
@@ -210,9 +178,9 @@ TEST_F(ModelsScreen, RowsShowStateDotAndButtonInBothLanguages) {
     // Installed and bundled count as downloaded; the pending sum is the missing, partial and
     // updated downloads.
     EXPECT_EQ(summary(window),
-              english ? "3 of 7 downloaded · 1.0 KB used" : "3 von 7 geladen · 1,0 KB belegt");
+              english ? "3 of 8 downloaded · 1.0 KB used" : "3 von 8 geladen · 1,0 KB belegt");
     EXPECT_EQ(button(window, "primary")->text().toStdString(),
-              english ? "Download all (4.0 KB)" : "Alle laden (4,0 KB)");
+              english ? "Download all (5.0 KB)" : "Alle laden (5,0 KB)");
     EXPECT_EQ(message(window), english ? "Stored in: ~/models" : "Ablage: ~/models");
   }
 }

@@ -7,7 +7,7 @@
 
 #include <cmath>
 
-#include "tests/support/model_server.h"
+#include "tests/window/mixed_models.h"
 #include "tests/window/window_fixture.h"
 #include "window/look.h"
 
@@ -246,23 +246,10 @@ TEST(WindowPictures, ModelsScreenWithAListInBothLanguages) {
       SCOPED_TRACE(std::string(atRest ? "at rest " : "downloading ") + lang);
       Scene scene;
       const fs::path models = scene.dir_ / "models";
-      const std::string bytes(1000, 'x');
-      nlohmann::json tooNew = fileModel("new", bytes);
-      tooNew["min_velko"] = "9.0";
       ModelServer server;
-      server.publish({fileModel("mis", bytes), fileModel("part", bytes), fileModel("inst", bytes),
-                      fileModel("upd", bytes), coremlModel("bun", bytes), tooNew,
-                      fileModel("seven", bytes), fileModel("eight", bytes)},
-                     std::vector<std::string>(8, bytes));
-      writeFile(models / "inst.bin", bytes);
-      writeFile(models / ".installed" / "inst.json",
-                R"({"sha256":")" + sha256Hex(bytes) + R"(","version":""})");
-      writeFile(models / "upd.bin", "old");
-      writeFile(models / ".installed" / "upd.json", R"({"sha256":"","version":""})");
-      writeFile(models / ".downloads" / "part.bin.part", "12");
-      fs::create_directories(scene.dir_ / "outside" / "bun.mlmodelc");
+      publishMixedModels(server, models, scene.dir_ / "outside");
       // The batch starts with "mis", which comes slowly enough to be caught in the picture.
-      server.http.route("/m/mis.bin", {HttpMode::Trickle, bytes, 100});
+      server.http.route("/m/mis.bin", {HttpMode::Trickle, std::string(1000, 'x'), 100});
 
       std::vector<std::string> args =
           withPackage(scene, {"--models", "--lang", lang, "--shot-delay", atRest ? "0" : "1.5"});
