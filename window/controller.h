@@ -119,7 +119,9 @@ class KVController : public QObject {
   void buildDone(QWidget* root, double w);
   void buildPluginMissing(QWidget* root, double w);
   void buildModels(QWidget* root, double w);
-  void buildModelRow(QWidget* list, const installer::ModelRow& row, int y, double w);
+  // `title` is the model title's font, `small` that of the detail and status texts.
+  void buildModelRow(QWidget* list, const installer::ModelRow& row, int y, double w,
+                     const QFont& title, const QFont& small);
   QString modelMessageLine(const std::vector<installer::ModelRow>& rows) const;
   void resizeWindowToHeight(int height);
   KVButton* buttonIn(QWidget* parent, const QString& title, int64_t style,

@@ -114,9 +114,12 @@ void KVController::buildModels(QWidget* root, double w) {
                        "this area again."),
             regularFont(13), dimText(), QRectF(18, 20, w - 36, 60));
   }
+  // Looked up once: a font chain asks the font database each time.
+  const QFont titleFont = boldFont(13);
+  const QFont smallFont = regularFont(11.5);
   int y = 0;
   for (const ModelRow& row : rows) {
-    buildModelRow(document, row, y, w);
+    buildModelRow(document, row, y, w, titleFont, smallFont);
     y += kRowHeight;
   }
   scroll->setWidget(document);
@@ -182,14 +185,14 @@ QString KVController::modelMessageLine(const std::vector<ModelRow>& rows) const 
   return text("Ablage: %1", "Stored in: %1").arg(abbreviateHome(folder));
 }
 
-void KVController::buildModelRow(QWidget* list, const ModelRow& row, int y, double w) {
+void KVController::buildModelRow(QWidget* list, const ModelRow& row, int y, double w,
+                                 const QFont& titleFont, const QFont& small) {
   if (y > 0) shapeIn(list, QRectF(14, y, w - 28, 1), withAlpha(kWhite, 0.08), 0);
-  labelIn(list, qs(row.title), boldFont(13), kText, QRectF(14, y + 8, w - 150, 18));
+  labelIn(list, qs(row.title), titleFont, kText, QRectF(14, y + 8, w - 150, 18));
 
   const QString detail =
       QStringLiteral("%1  ·  %2")
           .arg(qs(row.sizeText), row.license.empty() ? QStringLiteral("–") : qs(row.license));
-  const QFont small = regularFont(11.5);
   const double d = std::ceil(QFontMetricsF(small).horizontalAdvance(detail)) + 4;
   labelIn(list, detail, small, dimText(), QRectF(14, y + 30, d, 16));
   const double x = d + 24;
