@@ -90,14 +90,8 @@ class ModelsScreen : public ::testing::Test {
   // Models "a", "b", "c" of 1000, 2000 and 3000 bytes; "a" is served `aMode`, a trickle at
   // 250 bytes/s.
   void publishThree(HttpMode aMode = HttpMode::Serve) {
-    std::vector<nlohmann::json> entries;
-    std::vector<std::string> bytes;
-    for (const char* id : {"a", "b", "c"}) {
-      bytes.push_back(std::string(1000 * (bytes.size() + 1), id[0]));
-      entries.push_back(fileModel(id, bytes.back()));
-    }
-    server_.publish(entries, bytes);
-    server_.http.route("/m/a.bin", {aMode, bytes[0], 250});
+    server_.publishThree();
+    server_.http.route("/m/a.bin", {aMode, std::string(1000, 'a'), 250});
   }
 
   static void openAndLoad(Window& window) {
