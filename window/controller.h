@@ -86,7 +86,8 @@ class KVController : public QObject {
   void saveScreenshot();
   void openModels();
   void closeModels();
-  // The application is quitting: running model work is told to stop; nothing waits for it.
+  // The application is quitting: running model work is told to stop, and the quit goes on at once.
+  // Only the controller's destruction, after the window is gone, waits for a worker to end.
   void applicationWillTerminate();
 
   // Model work (model_work.cpp). Every step that leaves this thread goes through inBackground.
@@ -102,7 +103,7 @@ class KVController : public QObject {
   void endModelWork();
   void modelProgress(uint64_t received, uint64_t total);
   std::function<void(uint64_t, uint64_t)> progressCallback();
-  // Runs `task` on a worker thread, then `finish(task's result)` on this thread, in order after
+  // Runs `task` on a worker thread; the function it returns then runs on this thread, after
   // everything the task queued here before it ended.
   void inBackground(std::function<std::function<void()>()> task);
 
