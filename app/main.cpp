@@ -41,6 +41,7 @@ int main(int argc, char** argv) {
   options.english = gEnglish;
   options.openModels = gOpenModels;
   options.shotDelay = gShotDelay;
+  options.modelStoreOptions = gModelStoreOptions;
   return velko::window::runWindow(argv[0], velko::platform::resourcePath() / "Fonts",
                                   std::move(options));
 }

@@ -23,12 +23,21 @@ KVController::KVController(ControllerOptions options)
       _autoAction(std::move(options.autoAction)),
       _english(options.english),
       _openModels(options.openModels),
-      _shotDelay(options.shotDelay) {
+      _shotDelay(options.shotDelay),
+      _modelStoreOptions(std::move(options.modelStoreOptions)) {
   _timer.setInterval(1000);
   connect(&_timer, &QTimer::timeout, this, &KVController::tick);
+  connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this,
+          &KVController::applicationWillTerminate);
+  // Three kinds of work leave the main thread, and at most a list refresh and one download (or
+  // one that is winding down after a cancel) overlap.
+  _workers.setMaxThreadCount(4);
 }
 
-KVController::~KVController() = default;
+KVController::~KVController() {
+  // The pool waits for its workers as it goes; they stop at their next look at the flag.
+  applicationWillTerminate();
+}
 
 void KVController::launch() {
   refreshState();
@@ -52,11 +61,10 @@ void KVController::launch() {
   if (_package && _autoAction == "install") run(0);
   if (_package && _autoAction == "uninstall") run(1);
 
-  // The main screens' picture comes at a fixed delay. The models screen's picture belongs after its
-  // list has arrived; until that screen is built it waits the models delay from here.
-  if (!_screenshotPath.isEmpty()) {
-    const double delay = _mode == ModeModels ? _shotDelay : 0.7;
-    QTimer::singleShot(static_cast<int>(delay * 1000), this, &KVController::saveScreenshot);
+  // The main screens' picture comes at a fixed delay; the models screen's comes after its list
+  // has arrived (modelsListFinished).
+  if (!_screenshotPath.isEmpty() && _mode != ModeModels) {
+    QTimer::singleShot(700, this, &KVController::saveScreenshot);
   }
 }
 
@@ -120,11 +128,22 @@ void KVController::saveScreenshot() {
 
 void KVController::openModels() {
   _mode = ModeModels;
+  if (!_models) {
+    _models = std::make_shared<installer::ModelArea>(_english, _modelStoreOptions);
+    _modelCancel = std::make_shared<std::atomic<bool>>(false);
+    // Without a saved list the screen says so until the refresh answers.
+    _models->loadCached();
+  }
+  _modelMessage = QString();
+  _modelScrollY = 0;
   resizeWindowToHeight(560);
   rebuild();
+  refreshModelList();
 }
 
 void KVController::closeModels() {
+  // A download does not go on behind the idle screen; its end arrives later and is not waited for.
+  if (_modelBusy) _modelCancel->store(true);
   _mode = _package ? ModeIdle : ModePluginMissing;
   resizeWindowToHeight(400);
   refreshState();
@@ -145,9 +164,20 @@ void KVController::onPrimary() {
     case ModePluginMissing:
       _window->close();
       break;
+    case ModeModels:
+      if (_modelBusy) {
+        cancelModelWork();
+      } else {
+        fetchAllModels();
+      }
+      break;
     default:
       break;
   }
+}
+
+void KVController::applicationWillTerminate() {
+  if (_modelCancel) _modelCancel->store(true);
 }
 
 void KVController::onSecondary() {
@@ -163,6 +193,9 @@ void KVController::onSecondary() {
       break;
     case ModePluginMissing:
       openModels();
+      break;
+    case ModeModels:
+      revealModelFolder();
       break;
     default:
       break;

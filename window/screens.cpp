@@ -1,10 +1,13 @@
 // The controller's picture side: rebuild, the shared building blocks and the four main screens,
 // each a straight run of elements at fixed frames.
 #include <QLabel>
+#include <QScrollArea>
+#include <QScrollBar>
 
 #include "installer/version_compare.h"
 #include "window/controller.h"
 #include "window/look.h"
+#include "window/screen_parts.h"
 #include "window/views.h"
 
 namespace velko::window {
@@ -13,11 +16,12 @@ namespace {
 constexpr int kWidth = 560;
 constexpr double kContentWidth = 496;  // the window less 32 on each side
 
+}  // namespace
+
 QString qs(const std::string& text) {
   return QString::fromStdString(text);
 }
 
-// A word-wrapping label at a fixed frame; text that does not fit is cut by the frame.
 QLabel* labelIn(QWidget* parent, const QString& text, const QFont& font, const QColor& color,
                 const QRectF& frame) {
   auto* label = new QLabel(parent);
@@ -33,8 +37,6 @@ QLabel* labelIn(QWidget* parent, const QString& text, const QFont& font, const Q
   return label;
 }
 
-}  // namespace
-
 QString KVController::text(const char* german, const char* english) const {
   return QString::fromUtf8(_english ? english : german);
 }
@@ -44,13 +46,19 @@ QString KVController::versionText() const {
 }
 
 KVButton* KVController::buttonIn(QWidget* parent, const QString& title, int64_t style,
-                                 void (KVController::*action)(), const QRect& frame) {
+                                 std::function<void()> action, const QRect& frame) {
   auto* button = new KVButton(parent);
   button->setText(title);
   button->setStyle(style);
   button->setGeometry(frame);
-  connect(button, &KVButton::clicked, this, action);
+  connect(button, &KVButton::clicked, this, std::move(action));
   return button;
+}
+
+KVButton* KVController::buttonIn(QWidget* parent, const QString& title, int64_t style,
+                                 void (KVController::*action)(), const QRect& frame) {
+  return buttonIn(
+      parent, title, style, [this, action] { (this->*action)(); }, frame);
 }
 
 void KVController::addRowIn(QWidget* parent, int y, const QColor& dot, const QString& text) {
@@ -76,6 +84,11 @@ void KVController::resizeWindowToHeight(int height) {
 }
 
 void KVController::rebuild() {
+  // The list keeps its place: read it before its views go. A list already out of the window (the
+  // screen was left) leaves the last value standing.
+  if (_modelScroll != nullptr && _modelScroll->window() == _window.get()) {
+    _modelScrollY = _modelScroll->verticalScrollBar()->value();
+  }
   if (_screen != nullptr) {
     // The old views may be inside their own click handler: take them out now, free them later.
     _screen->hide();
@@ -87,7 +100,7 @@ void KVController::rebuild() {
   QWidget* root = _screen;
 
   auto* logo = new KVLogo(root);
-  logo->setGeometry(32, 34, 38, 20);
+  logo->setFrame(QRect(32, 34, 38, 20));
   QFont brand = boldFont(11);
   brand.setLetterSpacing(QFont::AbsoluteSpacing, 2.6);
   labelIn(root, QStringLiteral("SOLSTICE TOOLS"), brand, dimText(), QRectF(80, 36, 300, 16));
@@ -311,13 +324,6 @@ void KVController::buildPluginMissing(QWidget* root, double w) {
   buttonIn(root, text("KI-Modelle …", "AI models …"), KVButtonStyleSecondary,
            &KVController::onSecondary, QRect(216, 334, 150, 34))
       ->setObjectName(QStringLiteral("secondary"));
-}
-
-void KVController::buildModels(QWidget* root, double) {
-  // The model list, its summary and its work buttons are still to come; the way back is here.
-  buttonIn(root, text("Zurück", "Back"), KVButtonStyleText, &KVController::onText,
-           QRect(32, 494, 100, 34))
-      ->setObjectName(QStringLiteral("text"));
 }
 
 }  // namespace velko::window

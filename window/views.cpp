@@ -4,6 +4,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
+#include <QScrollBar>
 #include <QWindow>
 
 #include <cmath>
@@ -50,10 +51,15 @@ void KVCard::paintEvent(QPaintEvent*) {
   painter.drawRoundedRect(QRectF(rect()), 4, 4);
 }
 
+void KVLogo::setFrame(const QRect& frame) {
+  setGeometry(frame.adjusted(-kOverhang, -kOverhang, kOverhang, kOverhang));
+}
+
 void KVLogo::paintEvent(QPaintEvent*) {
-  const double w = width();
+  // The layout frame's width sets the size; its centre is the widget's centre.
+  const double w = width() - 2 * kOverhang;
   const double a = w * 0.5 - 1.5;
-  const QPointF centre(w * 0.5, height() * 0.5);
+  const QPointF centre(width() * 0.5, height() * 0.5);
   QPainterPath path(QPointF(centre.x() + a, centre.y()));
   // 120 segments, one every 3 degrees; the 1.9 stretches the figure upright, past the frame's
   // height on purpose.
@@ -70,6 +76,41 @@ void KVLogo::paintEvent(QPaintEvent*) {
   painter.setPen(QPen(kAccent, 2.4, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
   painter.setBrush(Qt::NoBrush);
   painter.drawPath(path);
+}
+
+KVScrollArea::KVScrollArea(QWidget* parent)
+    : QScrollArea(parent), _overlay(new QScrollBar(Qt::Vertical, this)) {
+  setFrameShape(QFrame::NoFrame);
+  setAutoFillBackground(false);
+  viewport()->setAutoFillBackground(false);
+  setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  // The area's own bar keeps the offset and takes the wheel; it is never shown.
+  setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  _overlay->setStyleSheet(QStringLiteral(
+      "QScrollBar:vertical { background: transparent; width: 6px; margin: 0; }"
+      "QScrollBar::handle:vertical { background: rgba(255, 255, 255, 90); border-radius: 3px;"
+      " min-height: 24px; }"
+      "QScrollBar::add-line, QScrollBar::sub-line { height: 0; }"
+      "QScrollBar::add-page, QScrollBar::sub-page { background: transparent; }"));
+  _overlay->hide();
+  _hide.setSingleShot(true);
+  _hide.setInterval(1000);
+  connect(&_hide, &QTimer::timeout, _overlay, &QWidget::hide);
+  QScrollBar* inner = verticalScrollBar();
+  connect(inner, &QScrollBar::rangeChanged, _overlay, &QScrollBar::setRange);
+  connect(_overlay, &QScrollBar::valueChanged, inner, &QScrollBar::setValue);
+  connect(inner, &QScrollBar::valueChanged, this, [this](int value) {
+    _overlay->setValue(value);
+    if (_overlay->maximum() <= 0) return;
+    _overlay->show();
+    _overlay->raise();
+    _hide.start();
+  });
+}
+
+void KVScrollArea::resizeEvent(QResizeEvent* event) {
+  QScrollArea::resizeEvent(event);
+  _overlay->setGeometry(width() - 8, 2, 6, height() - 4);
 }
 
 KVButton::KVButton(QWidget* parent) : QAbstractButton(parent) {

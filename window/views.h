@@ -4,6 +4,8 @@
 
 #include <QAbstractButton>
 #include <QColor>
+#include <QScrollArea>
+#include <QTimer>
 #include <QWidget>
 
 #include <cstdint>
@@ -49,14 +51,34 @@ class KVCard : public KVView {
   void paintEvent(QPaintEvent* event) override;
 };
 
-// The brand's mark: an upright lemniscate stroked in the accent colour.
+// The brand's mark: an upright lemniscate stroked in the accent colour. The curve is sized from its
+// layout frame but reaches past that frame's top and bottom, and a widget cannot paint outside its
+// own rectangle; so the widget is larger than the frame by kOverhang on every side.
 class KVLogo : public KVView {
   Q_OBJECT
  public:
   using KVView::KVView;
+  static constexpr int kOverhang = 4;
+  // Places the logo by its layout frame.
+  void setFrame(const QRect& frame);
 
  protected:
   void paintEvent(QPaintEvent* event) override;
+};
+
+// A scroll area with no frame and no background whose vertical bar floats over the content, takes
+// no room from it, and shows only while the content moves.
+class KVScrollArea : public QScrollArea {
+  Q_OBJECT
+ public:
+  explicit KVScrollArea(QWidget* parent);
+
+ protected:
+  void resizeEvent(QResizeEvent* event) override;
+
+ private:
+  QScrollBar* _overlay;
+  QTimer _hide;
 };
 
 enum KVButtonStyle : int64_t {

@@ -35,17 +35,6 @@ class ModelAreaTest : public ::testing::Test {
     return made;
   }
 
-  // Serves models "a", "b", "c" of 1000, 2000 and 3000 bytes.
-  void publishThree() {
-    std::vector<nlohmann::json> entries;
-    std::vector<std::string> bytes;
-    for (const char* id : {"a", "b", "c"}) {
-      bytes.push_back(std::string(1000 * (bytes.size() + 1), id[0]));
-      entries.push_back(test::fileModel(id, bytes.back()));
-    }
-    server_.publish(entries, bytes);
-  }
-
   test::TempDir dir_;
   test::ScopedEnv env_;
   test::ModelServer server_;
@@ -110,7 +99,7 @@ TEST_F(ModelAreaTest, RowsAndWhatIsDue) {
 }
 
 TEST_F(ModelAreaTest, CancelStopsTheBatchWithoutCountingIt) {
-  publishThree();
+  server_.publishThree();
   int starts = 0;
   const auto countStart = [&](int, int, const std::string&) { ++starts; };
   const BatchResult fromStart = area()->fetchAll(countStart, {}, [] { return true; });

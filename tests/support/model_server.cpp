@@ -67,4 +67,14 @@ void ModelServer::publish(const std::vector<nlohmann::json>& entries,
   http.serve("/m/models.json.sig", std::move(list.signature));
 }
 
+void ModelServer::publishThree() {
+  std::vector<nlohmann::json> entries;
+  std::vector<std::string> bytes;
+  for (const char* id : {"a", "b", "c"}) {
+    bytes.push_back(std::string(1000 * (bytes.size() + 1), id[0]));
+    entries.push_back(fileModel(id, bytes.back()));
+  }
+  publish(entries, bytes);
+}
+
 }  // namespace velko::test

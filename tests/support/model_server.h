@@ -36,6 +36,8 @@ class ModelServer {
   // .sig beside it, and serves each entry's `file` with the matching `bytes`. A later
   // `http.route` changes how one of them answers.
   void publish(const std::vector<nlohmann::json>& entries, const std::vector<std::string>& bytes);
+  // Publishes file models "a", "b" and "c" of 1000, 2000 and 3000 bytes of their own letter.
+  void publishThree();
   // "http://127.0.0.1:<port>/m/models.json".
   std::string listUrl() const { return http.url("/m/models.json"); }
 

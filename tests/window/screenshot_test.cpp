@@ -2,9 +2,14 @@
 // the offscreen platform and once on a real X display, checked by pixels at fixed places. The
 // pictures stay in build/screenshots for a person to look at.
 #include <QColor>
+#include <QFontMetricsF>
 #include <QImage>
 
+#include <cmath>
+
+#include "tests/window/mixed_models.h"
 #include "tests/window/window_fixture.h"
+#include "window/look.h"
 
 namespace velko::test {
 namespace {
@@ -27,6 +32,9 @@ const QColor kAccentStroke(16, 182, 239);
 const Probe kWindow{"window background", 5, 5, kBackground};
 const Probe kLogoCrossing{"logo stroke where the curve crosses itself", 51, 44, kAccentStroke};
 const Probe kLogoTip{"logo stroke at its right tip", 68, 44, kAccentStroke};
+// The loops reach about 12 above and below the centre, past the 20-high frame, and are not cut.
+const Probe kLogoTop{"logo stroke at the top of its right loop", 61, 32, kAccentStroke};
+const Probe kLogoBottom{"logo stroke at the bottom of its left loop", 40, 55, kAccentStroke};
 const Probe kPrimaryAtRest{"primary button at rest", 384, 340, kAmberColor};
 
 void expectProbes(const QImage& image, const std::vector<Probe>& probes) {
@@ -77,7 +85,13 @@ TEST(WindowPictures, EveryMainScreenInBothLanguages) {
          return withPackage(scene, {});
        },
        {560, 400},
-       {kWindow, kLogoCrossing, kLogoTip, {"card", 40, 160, kCardColor}, kPrimaryAtRest}},
+       {kWindow,
+        kLogoCrossing,
+        kLogoTip,
+        kLogoTop,
+        kLogoBottom,
+        {"card", 40, 160, kCardColor},
+        kPrimaryAtRest}},
       {"idle-no-photoshop",
        [](const Scene& scene) { return withPackage(scene, {}); },
        {560, 400},
@@ -113,8 +127,10 @@ TEST(WindowPictures, EveryMainScreenInBothLanguages) {
       Scene scene;
       std::vector<std::string> args = screen.args(scene);
       args.insert(args.end(), {"--lang", lang, "--shot-delay", "0"});
+      // The models screen asks for its list: a closed loopback port refuses at once.
       const QImage image = shoot(args, std::string(screen.name) + "-" + lang + ".png",
-                                 {{"QT_QPA_PLATFORM", "offscreen"}});
+                                 {{"QT_QPA_PLATFORM", "offscreen"},
+                                  {"VELKO_MODEL_LIST_URL", "http://127.0.0.1:9/models.json"}});
       ASSERT_EQ(image.size(), screen.size);
       expectProbes(image, screen.probes);
     }
@@ -216,6 +232,60 @@ TEST(WindowPictures, FailedPictureWriteStillQuits) {
       {{"QT_QPA_PLATFORM", "offscreen"}});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_FALSE(fs::exists(scene.dir_ / "missing"));
+}
+
+// The models screen with eight models in mixed states, at rest and during a batch download that
+// the picture's quit interrupts.
+TEST(WindowPictures, ModelsScreenWithAListInBothLanguages) {
+  if (!VELKO_LIST_KEY_IS_DEVELOPMENT_KEY) {
+    GTEST_SKIP() << "the executable trusts another key than the development key";
+  }
+  const QColor kDimOnCard(164, 168, 173);  // text at 0.62 over the card
+  for (const bool atRest : {true, false}) {
+    for (const char* lang : {"de", "en"}) {
+      SCOPED_TRACE(std::string(atRest ? "at rest " : "downloading ") + lang);
+      Scene scene;
+      const fs::path models = scene.dir_ / "models";
+      ModelServer server;
+      publishMixedModels(server, models, scene.dir_ / "outside");
+      // The batch starts with "mis", which comes slowly enough to be caught in the picture.
+      server.http.route("/m/mis.bin", {HttpMode::Trickle, std::string(1000, 'x'), 100});
+
+      std::vector<std::string> args =
+          withPackage(scene, {"--models", "--lang", lang, "--shot-delay", atRest ? "0" : "1.5"});
+      if (!atRest) args.insert(args.end(), {"--auto", "models-fetch-all"});
+      const QImage image =
+          shoot(args, std::string(atRest ? "models-list-" : "models-download-") + lang + ".png",
+                {{"QT_QPA_PLATFORM", "offscreen"},
+                 {"VELKO_MODEL_LIST_URL", server.listUrl()},
+                 {"VELKO_MODEL_STORE", models.string()},
+                 {"VELKO_MODEL_DIR", (scene.dir_ / "outside").string()}});
+      ASSERT_EQ(image.size(), QSize(560, 560));
+
+      // Each row's status column stands 10 beyond its measured detail text.
+      const QString detail = std::string(lang) == "de" ? "1,0 KB  ·  MIT" : "1.0 KB  ·  MIT";
+      const int x = 32 +
+                    static_cast<int>(std::ceil(
+                        QFontMetricsF(window::regularFont(11.5)).horizontalAdvance(detail))) +
+                    4 + 24;
+      std::vector<Probe> probes = {kWindow, kLogoCrossing, {"card", 300, 151, kCardColor}};
+      if (atRest) {
+        probes.insert(probes.end(), {{"missing dot", x + 3, 185, kDimOnCard},
+                                     {"partial dot", x + 3, 241, kAmberColor},
+                                     {"installed dot", x + 3, 297, kAccentStroke},
+                                     {"primary button at rest", 344, 500, kAmberColor}});
+      } else {
+        probes.insert(probes.end(), {{"amber progress bar", x + 1, 185, kAmberColor},
+                                     {"partial dot", x + 3, 241, kAmberColor}});
+      }
+      expectProbes(image, probes);
+      if (!atRest) {
+        // The picture ended the program mid-download: the download stopped, its part is kept.
+        EXPECT_FALSE(fs::exists(models / "mis.bin"));
+        EXPECT_TRUE(fs::exists(models / ".downloads" / "mis.bin.part"));
+      }
+    }
+  }
 }
 
 // The program on a real X server: no --cli word opens the window, which draws and quits.

@@ -52,6 +52,9 @@ class Scene {
     options.package = package();
     options.uxpBaseDir = uxp().string();
     options.english = english;
+    // The models screen never reaches past the loopback: a closed port refuses the list at once.
+    options.modelStoreOptions.modelDir = (dir_ / "models").string();
+    options.modelStoreOptions.listUrl = "http://127.0.0.1:9/models.json";
     return options;
   }
 
