@@ -29,12 +29,12 @@ demo --cli models-fetch --model all
 demo --cli models
 demo --cli models-remove --model demo-style
 demo --cli models
-bash scripts/demo-server.sh stop
 
 # --- The window ------------------------------------------------------------------------------------
-# With a display, open the window on the sample plug-in. Without one, make pictures of the main
-# screens on Qt's offscreen platform; the result screen comes from an install into a throw-away UXP
-# folder, so the real one sees only the install above.
+# With a display, open the window on the sample plug-in, its models screen against the demo server.
+# Without one, make pictures of the screens on Qt's offscreen platform; the result screen comes from
+# an install into a throw-away UXP folder, so the real one sees only the install above.
+export VELKO_MODEL_LIST_URL=$list_url VELKO_MODEL_STORE=$demo_store
 if [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
   ./build/velko-installer
 else
@@ -48,8 +48,10 @@ else
       --uxp-base-dir "$scratch/$lang" --auto install --screenshot "$shots/result-$lang.png"
     QT_QPA_PLATFORM=offscreen ./build/velko-installer --lang "$lang" --plugin "$scratch/none" \
       --screenshot "$shots/plugin-missing-$lang.png"
+    QT_QPA_PLATFORM=offscreen ./build/velko-installer --lang "$lang" --models --shot-delay 0.3 \
+      --screenshot "$shots/models-$lang.png"
   done 2>/dev/null
   rm -rf "$scratch"
-  echo "No display here: pictures of the window's main screens are in $shots/"
+  echo "No display here: pictures of the window's screens are in $shots/"
   ls "$shots"
 fi
