@@ -9,7 +9,8 @@ cd "$root"
 command -v clang++ >/dev/null || { echo "clang++ is needed (scripts/install-deps.sh)" >&2; exit 1; }
 
 # Findings print a stack; a leak or a data race counts like any other.
-export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:strict_string_checks=1:detect_stack_use_after_return=1}
+export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:detect_stack_use_after_return=1}
+export LSAN_OPTIONS=${LSAN_OPTIONS:-suppressions=$root/scripts/lsan.supp:print_suppressions=0}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1}
 export TSAN_OPTIONS=${TSAN_OPTIONS:-second_deadlock_stack=1}
 
