@@ -12,7 +12,7 @@ command -v clang++ >/dev/null || { echo "clang++ is needed (scripts/install-deps
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:detect_stack_use_after_return=1}
 export LSAN_OPTIONS=${LSAN_OPTIONS:-suppressions=$root/scripts/lsan.supp:print_suppressions=0}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1}
-export TSAN_OPTIONS=${TSAN_OPTIONS:-second_deadlock_stack=1}
+export TSAN_OPTIONS=${TSAN_OPTIONS:-second_deadlock_stack=1:suppressions=$root/scripts/tsan.supp:print_suppressions=0}
 
 # -O1 with line tables only: faster to build than -O2 -g, stacks still name file and line. No
 # NDEBUG, so the libraries' own assertions (nlohmann's on misuse, for one) check as well.

@@ -29,14 +29,18 @@ KVController::KVController(ControllerOptions options)
   connect(&_timer, &QTimer::timeout, this, &KVController::tick);
   connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this,
           &KVController::applicationWillTerminate);
-  // Three kinds of work leave the main thread, and at most a list refresh and one download (or
-  // one that is winding down after a cancel) overlap.
-  _workers.setMaxThreadCount(4);
+  connect(this, &KVController::mailPosted, this, &KVController::deliverMail,
+          Qt::QueuedConnection);
 }
 
 KVController::~KVController() {
-  // The pool waits for its workers as it goes; they stop at their next look at the flag.
+  // Workers stop at their next look at the flag; what they post from now on is dropped.
   applicationWillTerminate();
+  {
+    std::lock_guard<std::mutex> lock(_mailLock);
+    _mailClosed = true;
+  }
+  for (std::thread& worker : _workers) worker.join();
 }
 
 void KVController::launch() {

@@ -6,15 +6,16 @@
 #include <QObject>
 #include <QPointer>
 #include <QString>
-#include <QThreadPool>
 #include <QTimer>
 
 #include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "installer/actions.h"
@@ -77,6 +78,10 @@ class KVController : public QObject {
   // True once model work has been asked to stop; false before the models screen was opened.
   bool modelCancelRequested() const { return _modelCancel && _modelCancel->load(); }
 
+ signals:
+  // A worker posted a step; delivered queued, on this thread.
+  void mailPosted();
+
  private:
   bool photoshopIsRunning() const;
   bool hasCompatiblePhotoshop() const;
@@ -104,8 +109,13 @@ class KVController : public QObject {
   void modelProgress(uint64_t received, uint64_t total);
   std::function<void(uint64_t, uint64_t)> progressCallback();
   // Runs `task` on a worker thread; the function it returns then runs on this thread, after
-  // everything the task queued here before it ended.
+  // everything the task posted here before it ended.
   void inBackground(std::function<std::function<void()>()> task);
+  // From any thread: `step` runs on this thread, after every step posted before it. Dropped once
+  // the controller is going.
+  void post(std::function<void()> step);
+  // Runs the posted steps, in order.
+  void deliverMail();
 
   void onPrimary();
   void onSecondary();
@@ -170,9 +180,15 @@ class KVController : public QObject {
   std::unique_ptr<KVRoot> _window;
   QWidget* _screen = nullptr;  // this rebuild's views; replaced whole by the next
   QTimer _timer;
-  // Declared last, so it is destroyed first: its destructor waits for the workers, which by then
-  // have been told to stop, and which still post to this object until they end.
-  QThreadPool _workers;
+
+  // The hand-over from the workers. What crosses threads goes through this mutex; the queued
+  // signal only says that there is mail. (Qt's own queues synchronise through futexes that race
+  // detectors cannot follow, so nothing of ours rides on them.)
+  std::mutex _mailLock;
+  std::vector<std::function<void()>> _mail;  // guarded by _mailLock
+  bool _mailClosed = false;                  // guarded by _mailLock
+  // Started by inBackground; each is joined when its result arrives, or by the destructor.
+  std::vector<std::thread> _workers;
 };
 
 }  // namespace velko::window

@@ -7,6 +7,7 @@
 #include <QPushButton>
 #include <QUrl>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 
@@ -28,11 +29,37 @@ double steadySeconds() {
 }  // namespace
 
 void KVController::inBackground(std::function<std::function<void()>()> task) {
-  _workers.start([this, task = std::move(task)] {
+  _workers.emplace_back([this, task = std::move(task)] {
     std::function<void()> finish = task();
-    // Queued behind every progress report the task posted, so the last report comes first.
-    QMetaObject::invokeMethod(this, std::move(finish), Qt::QueuedConnection);
+    // Posted behind every progress report of the task, so the last report comes first.
+    post([this, worker = std::this_thread::get_id(), finish = std::move(finish)] {
+      // The worker has nothing left to do but return, so the join is immediate.
+      const auto ended = std::find_if(_workers.begin(), _workers.end(),
+                                      [&](const std::thread& t) { return t.get_id() == worker; });
+      ended->join();
+      _workers.erase(ended);
+      finish();
+    });
   });
+}
+
+void KVController::post(std::function<void()> step) {
+  {
+    std::lock_guard<std::mutex> lock(_mailLock);
+    if (_mailClosed) return;
+    _mail.push_back(std::move(step));
+  }
+  // One signal per step, even when an earlier delivery takes several at once.
+  emit mailPosted();
+}
+
+void KVController::deliverMail() {
+  std::vector<std::function<void()>> mail;
+  {
+    std::lock_guard<std::mutex> lock(_mailLock);
+    mail.swap(_mail);
+  }
+  for (const std::function<void()>& step : mail) step();
 }
 
 void KVController::refreshModelList() {
@@ -77,8 +104,7 @@ std::function<void(uint64_t, uint64_t)> KVController::progressCallback() {
     const auto now = std::chrono::steady_clock::now();
     if (received < total && now - *last < kProgressInterval) return;
     *last = now;
-    QMetaObject::invokeMethod(
-        this, [this, received, total] { modelProgress(received, total); }, Qt::QueuedConnection);
+    post([this, received, total] { modelProgress(received, total); });
   };
 }
 
@@ -143,15 +169,12 @@ void KVController::fetchAllModels() {
                 cancelFlag = _modelCancel]() -> std::function<void()> {
     const auto start = [this](int index, int count, const std::string& id) {
       // The new row shows with the next progress report; no rebuild of its own.
-      QMetaObject::invokeMethod(
-          this,
-          [this, index, count, id] {
-            _busyId = id;
-            _batchIndex = index + 1;
-            _batchCount = count;
-            _recv = _total = 0;
-          },
-          Qt::QueuedConnection);
+      post([this, index, count, id] {
+        _busyId = id;
+        _batchIndex = index + 1;
+        _batchCount = count;
+        _recv = _total = 0;
+      });
     };
     const installer::BatchResult batch =
         models->fetchAll(start, progress, [cancelFlag] { return cancelFlag->load(); });
