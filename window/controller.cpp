@@ -29,8 +29,7 @@ KVController::KVController(ControllerOptions options)
   connect(&_timer, &QTimer::timeout, this, &KVController::tick);
   connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this,
           &KVController::applicationWillTerminate);
-  connect(this, &KVController::mailPosted, this, &KVController::deliverMail,
-          Qt::QueuedConnection);
+  connect(this, &KVController::mailPosted, this, &KVController::deliverMail, Qt::QueuedConnection);
 }
 
 KVController::~KVController() {
@@ -40,7 +39,8 @@ KVController::~KVController() {
     std::lock_guard<std::mutex> lock(_mailLock);
     _mailClosed = true;
   }
-  for (std::thread& worker : _workers) worker.join();
+  for (std::thread& worker : _workers)
+    worker.join();
 }
 
 void KVController::launch() {

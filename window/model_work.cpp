@@ -59,7 +59,8 @@ void KVController::deliverMail() {
     std::lock_guard<std::mutex> lock(_mailLock);
     mail.swap(_mail);
   }
-  for (const std::function<void()>& step : mail) step();
+  for (const std::function<void()>& step : mail)
+    step();
 }
 
 void KVController::refreshModelList() {
