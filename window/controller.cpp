@@ -135,6 +135,7 @@ void KVController::openModels() {
   if (!_models) {
     _models = std::make_shared<installer::ModelArea>(_english, _modelStoreOptions);
     _modelCancel = std::make_shared<std::atomic<bool>>(false);
+    _quitting = std::make_shared<std::atomic<bool>>(false);
     // Without a saved list the screen says so until the refresh answers.
     _models->loadCached();
   }
@@ -182,6 +183,7 @@ void KVController::onPrimary() {
 
 void KVController::applicationWillTerminate() {
   if (_modelCancel) _modelCancel->store(true);
+  if (_quitting) _quitting->store(true);
 }
 
 void KVController::onSecondary() {

@@ -164,6 +164,8 @@ class KVController : public QObject {
   // screen and kept for the life of the controller.
   std::shared_ptr<installer::ModelArea> _models;
   std::shared_ptr<std::atomic<bool>> _modelCancel;
+  // Set when the application quits; a list refresh stops at it (the cancel button does not).
+  std::shared_ptr<std::atomic<bool>> _quitting;
   bool _modelBusy = false;    // a fetch or a batch runs
   bool _listLoading = false;  // a list refresh runs
   std::string _busyId;        // the model in work; empty between the models of a batch

@@ -67,9 +67,10 @@ void KVController::refreshModelList() {
   if (_listLoading || _modelBusy || !_models) return;
   _listLoading = true;
   rebuild();
-  // The window cannot cancel a list refresh: it is short, and it has no button of its own.
-  inBackground([this, models = _models]() -> std::function<void()> {
-    std::string error = models->refresh({});
+  // A list refresh has no cancel button of its own; only quitting stops it, so that the window
+  // closes at once on a slow server.
+  inBackground([this, models = _models, quitting = _quitting]() -> std::function<void()> {
+    std::string error = models->refresh([quitting] { return quitting->load(); });
     return [this, error = std::move(error)] { modelsListFinished(error); };
   });
 }

@@ -422,6 +422,19 @@ TEST_F(ModelsScreen, ListKeepsItsPlaceAcrossRebuildsAndClampsWhenItShrinks) {
   EXPECT_EQ(scroll(window)->value(), 0);
 }
 
+TEST_F(ModelsScreen, ClosingTheWindowStopsAListRefreshOnASlowServer) {
+  // A day's trickle: if quitting did not stop the refresh, the controller's destruction, which
+  // waits for its workers, would hang until the suite's time limit.
+  server_.http.route("/m/models.json", {HttpMode::Trickle, std::string(100'000, ' '), 1});
+  {
+    Window window(options());
+    window.press("models");
+    ASSERT_TRUE(waitUntil([&] { return !server_.http.requests().empty(); }));
+    EXPECT_TRUE(window.controller().listLoading());
+  }
+  EXPECT_EQ(server_.http.requests().size(), 1u);
+}
+
 }  // namespace
 }  // namespace velko::test
 
