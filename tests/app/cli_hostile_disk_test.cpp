@@ -50,11 +50,11 @@ class HostileDiskTest : public CliTest {
 };
 
 // Anything but a regular file where a file is expected is unreadable: never an abort, never a
-// wait. A FIFO stands for every kind of non-file (a folder, a link to /dev/zero): all are refused
-// by the same check before opening, and a FIFO is the one that would hang a reader. PS.json gets
-// its read failure; a manifest that cannot be read is no manifest, so a folder without a readable
-// marker is kept and a package without one is not found; an Info.plist that cannot be read gives no
-// version. Absurd nesting is refused before anything is written.
+// wait. A FIFO (which would hang a reader) and a device (which never ends) stand for every kind of
+// non-file; a folder goes through the same check before opening. PS.json gets its read failure; a
+// manifest that cannot be read is no manifest, so a folder without a readable marker is kept and a
+// package without one is not found; an Info.plist that cannot be read gives no version. Absurd
+// nesting is refused before anything is written.
 TEST_F(HostileDiskTest, NonFilesAndAbsurdNestingAreUnreadableNeverFatal) {
   const std::string readFailure = "failed: Could not read PS.json: " + registry().string() + "\n";
   const std::string deep = std::string(100000, '[') + std::string(100000, ']');
@@ -70,6 +70,13 @@ TEST_F(HostileDiskTest, NonFilesAndAbsurdNestingAreUnreadableNeverFatal) {
   } cases[] = {
       {"FIFO at PS.json", [&] { fifo(registry()); }, "install", 1, "", readFailure},
       {"FIFO at PS.json", [&] { fifo(registry()); }, "status", 0, kStatus, ""},
+      // A check that let devices through would read this one for ever.
+      {"link to /dev/zero at PS.json",
+       [&] {
+         fs::create_directories(registry().parent_path());
+         fs::create_symlink("/dev/zero", registry());
+       },
+       "install", 1, "", readFailure},
       {"FIFO at the package's manifest.json",
        [&] {
          fs::remove(package() / "manifest.json");
