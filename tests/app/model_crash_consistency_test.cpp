@@ -71,9 +71,9 @@ void expectNoLeftovers(const fs::path& store) {
   }
 }
 
-// The campaign starts each run from the older build of the package with its marker: a first
-// install differs only in its last step, a plain rename, which the package tests cover.
-TEST(ModelCrashConsistency, KilledReplaceLeavesTheOldOrTheNewPackage) {
+// Each run starts from an empty store (a first install) or from the older build of the package
+// with its marker (a replace).
+void runCampaign(bool replace) {
   if (!VELKO_LIST_KEY_IS_DEVELOPMENT_KEY) {
     GTEST_SKIP() << "the executable trusts another key than the development key";
   }
@@ -89,12 +89,17 @@ TEST(ModelCrashConsistency, KilledReplaceLeavesTheOldOrTheNewPackage) {
                                   R"("})";
 
   const fs::path templ = dir / "template";
-  for (const auto& [name, bytes] : oldTree) {
-    const fs::path path = templ / (std::string(kId) + ".mlmodelc") / name;
-    bytes == "/" ? (void)fs::create_directories(path) : writeFile(path, bytes);
+  fs::create_directories(templ);
+  std::optional<Tree> before;
+  if (replace) {
+    for (const auto& [name, bytes] : oldTree) {
+      const fs::path path = templ / (std::string(kId) + ".mlmodelc") / name;
+      bytes == "/" ? (void)fs::create_directories(path) : writeFile(path, bytes);
+    }
+    writeFile(templ / ".installed" / (std::string(kId) + ".json"),
+              R"({"sha256":"0000","version":"0.9"})");
+    before = oldTree;
   }
-  writeFile(templ / ".installed" / (std::string(kId) + ".json"),
-            R"({"sha256":"0000","version":"0.9"})");
 
   const std::vector<std::string> fetch{VELKO_INSTALLER_EXE, "--cli", "models-fetch", "--model",
                                        kId};
@@ -127,7 +132,7 @@ TEST(ModelCrashConsistency, KilledReplaceLeavesTheOldOrTheNewPackage) {
 
     const fs::path target = store / (std::string(kId) + ".mlmodelc");
     const std::optional<Tree> installed = treeAt(target);
-    ASSERT_TRUE(installed == oldTree || installed == newTree)
+    ASSERT_TRUE(installed == before || installed == newTree)
         << "the package path holds a mix or a part of a package";
     if (killed) ++killedEarly;
 
@@ -139,8 +144,18 @@ TEST(ModelCrashConsistency, KilledReplaceLeavesTheOldOrTheNewPackage) {
     std::error_code ec;
     fs::remove_all(store, ec);
   }
-  std::cout << "[ crash    ] " << VELKO_CRASH_RUNS << " runs, " << killedEarly
-            << " killed before they ended (last undisturbed fetch " << campaign.span() << " us)\n";
+  std::cout << "[ crash    ] " << (replace ? "replace, " : "first install, ") << VELKO_CRASH_RUNS
+            << " runs, " << killedEarly << " killed before they ended (last undisturbed fetch "
+            << campaign.span() << " us)\n";
+}
+
+// A first install is a plain rename onto a free name: a kill leaves nothing or the whole package.
+TEST(ModelCrashConsistency, KilledFirstInstallLeavesNothingOrTheWholePackage) {
+  runCampaign(false);
+}
+
+TEST(ModelCrashConsistency, KilledReplaceLeavesTheOldOrTheNewPackage) {
+  runCampaign(true);
 }
 
 }  // namespace
