@@ -209,6 +209,7 @@ TEST_F(CliModelsTest, ModelLockHoldsAcrossProcesses) {
   expectFailure({"--cli", "models-remove", "--model", "slow"}, "Dieses Modell wird gerade geladen.",
                 "This model is being downloaded right now.");
   const ProcessResult other = runModels({"--cli", "models-fetch", "--model", "a"});
+  EXPECT_EQ(other.exitCode, 0);
   EXPECT_EQ(other.out, "loaded a\n") << other.err;
   int status = 0;
   EXPECT_EQ(waitpid(first, &status, WNOHANG), 0) << "the first download must still be running";
