@@ -16,9 +16,6 @@
 namespace velko::test {
 namespace {
 
-const std::string kStatus =
-    "plugin: Sample Plugin 1.2.0 (com.example.sample)\ninstalled: none\nphotoshop-running: no\n";
-
 class HostileDiskTest : public CliTest {
  protected:
   // Runs the installer under a time limit, so a read that waits forever fails the test (SIGKILL)

@@ -6,9 +6,6 @@
 namespace velko::test {
 namespace {
 
-const std::string kStatus =
-    "plugin: Sample Plugin 1.2.0 (com.example.sample)\ninstalled: none\nphotoshop-running: no\n";
-
 TEST_F(CliTest, StatusOnACleanMachineAndWithPhotoshopBundles) {
   const ProcessResult clean = runWithPackage({"--cli", "status"});
   EXPECT_EQ(clean.exitCode, 0);
