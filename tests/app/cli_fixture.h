@@ -16,6 +16,9 @@ namespace fs = std::filesystem;
 
 using Env = std::map<std::string, std::optional<std::string>>;
 inline const Env kGerman = {{"LANG", "de_DE.UTF-8"}};
+// `--cli status` for the sample package on a machine without Photoshop or the plug-in.
+inline const std::string kStatus =
+    "plugin: Sample Plugin 1.2.0 (com.example.sample)\ninstalled: none\nphotoshop-running: no\n";
 
 class CliTest : public ::testing::Test {
  protected:

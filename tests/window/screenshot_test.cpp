@@ -36,6 +36,8 @@ const Probe kLogoTip{"logo stroke at its right tip", 68, 44, kAccentStroke};
 const Probe kLogoTop{"logo stroke at the top of its right loop", 61, 32, kAccentStroke};
 const Probe kLogoBottom{"logo stroke at the bottom of its left loop", 40, 55, kAccentStroke};
 const Probe kPrimaryAtRest{"primary button at rest", 384, 340, kAmberColor};
+const Probe kCard{"card", 40, 160, kCardColor};
+const Probe kCoralSymbol{"coral symbol circle", 40, 180, kCoralCircle};
 
 void expectProbes(const QImage& image, const std::vector<Probe>& probes) {
   for (const Probe& probe : probes) {
@@ -85,37 +87,31 @@ TEST(WindowPictures, EveryMainScreenInBothLanguages) {
          return withPackage(scene, {});
        },
        {560, 400},
-       {kWindow,
-        kLogoCrossing,
-        kLogoTip,
-        kLogoTop,
-        kLogoBottom,
-        {"card", 40, 160, kCardColor},
-        kPrimaryAtRest}},
+       {kWindow, kLogoCrossing, kLogoTip, kLogoTop, kLogoBottom, kCard, kPrimaryAtRest}},
       {"idle-no-photoshop",
        [](const Scene& scene) { return withPackage(scene, {}); },
        {560, 400},
-       {kWindow, {"card", 40, 160, kCardColor}, {"primary disabled", 384, 340, kAmberDisabled}}},
+       {kWindow, kCard, {"primary disabled", 384, 340, kAmberDisabled}}},
       {"installed",
        [](const Scene& scene) {
          return withPackage(scene, {"--auto", "install"});
        },
        {560, 400},
        {kWindow, kLogoCrossing, {"accent symbol circle", 40, 180, kAccentCircle}, kPrimaryAtRest}},
+      // The later --uxp-base-dir wins.
       {"failed",
        [](const Scene& scene) {
-         return std::vector<std::string>{"--plugin",       (scene.dir_ / "pkg").string(),
-                                         "--uxp-base-dir", scene.blockedUxp().string(),
-                                         "--auto",         "install"};
+         return withPackage(scene,
+                            {"--uxp-base-dir", scene.blockedUxp().string(), "--auto", "install"});
        },
        {560, 400},
-       {kWindow, {"coral symbol circle", 40, 180, kCoralCircle}, kPrimaryAtRest}},
+       {kWindow, kCoralSymbol, kPrimaryAtRest}},
       {"plugin-missing",
        [](const Scene& scene) {
          return std::vector<std::string>{"--plugin", (scene.dir_ / "none").string()};
        },
        {560, 400},
-       {kWindow, kLogoCrossing, {"coral symbol circle", 40, 180, kCoralCircle}, kPrimaryAtRest}},
+       {kWindow, kLogoCrossing, kCoralSymbol, kPrimaryAtRest}},
       {"models",
        [](const Scene& scene) { return withPackage(scene, {"--models"}); },
        {560, 560},
@@ -153,7 +149,7 @@ TEST(WindowPictures, WaitingScreenInBothLanguages) {
     ASSERT_EQ(image.size(), QSize(560, 400));
     expectProbes(image, {kWindow,
                          kLogoCrossing,
-                         {"card", 40, 160, kCardColor},
+                         kCard,
                          {"amber dot", 53, 177, kAmberColor},
                          {"primary button at rest", 356, 340, kAmberColor}});
   }
@@ -172,51 +168,24 @@ TEST(WindowPictures, ButtonsDrawTheirStates) {
     return window.widget().findChild<window::KVButton*>(name);
   };
   const struct {
-    const char* what;
     Window& window;
     const char* button;
     bool hovering, down;
     Probe probe;
   } states[] = {
-      {"disabled primary under the pointer",
-       noPhotoshop,
-       "primary",
-       true,
-       false,
-       {"fill", 384, 340, kAmberDisabled}},
-      {"secondary at rest",
-       noPhotoshop,
+      {noPhotoshop, "primary", true, false, {"disabled primary hovered", 384, 340, kAmberDisabled}},
+      {noPhotoshop,
        "secondary",
        false,
        false,
-       {"no fill", 222, 340, kBackground}},
-      {"secondary at rest",
-       noPhotoshop,
-       "secondary",
-       false,
-       false,
-       {"outline", 216, 351, kOutline}},
-      {"secondary under the pointer",
-       noPhotoshop,
-       "secondary",
-       true,
-       false,
-       {"fill", 222, 340, kSecondaryHover}},
-      {"primary under the pointer",
-       compatible,
-       "primary",
-       true,
-       false,
-       {"fill", 384, 340, QColor(255, 177, 38)}},
-      {"primary held down",
-       compatible,
-       "primary",
-       true,
-       true,
-       {"fill", 384, 340, QColor(224, 143, 0)}},
+       {"secondary at rest: no fill", 222, 340, kBackground}},
+      {noPhotoshop, "secondary", false, false, {"secondary at rest: outline", 216, 351, kOutline}},
+      {noPhotoshop, "secondary", true, false, {"secondary hovered", 222, 340, kSecondaryHover}},
+      {compatible, "primary", true, false, {"primary hovered", 384, 340, QColor(255, 177, 38)}},
+      {compatible, "primary", true, true, {"primary held down", 384, 340, QColor(224, 143, 0)}},
   };
   for (const auto& state : states) {
-    SCOPED_TRACE(state.what);
+    SCOPED_TRACE(state.probe.what);
     window::KVButton* b = button(state.window, state.button);
     ASSERT_NE(b, nullptr);
     b->setHovering(state.hovering);
@@ -296,7 +265,7 @@ TEST(WindowPictures, RealWindowUnderXvfb) {
       shoot(withPackage(scene, {"--lang", "de"}), "xvfb-idle-de.png", {{"QT_QPA_PLATFORM", "xcb"}},
             {"/usr/bin/xvfb-run", "-a", "-s", "-screen 0 1280x800x24"});
   ASSERT_EQ(image.size(), QSize(560, 400));
-  expectProbes(image, {kWindow, kLogoCrossing, {"card", 40, 160, kCardColor}, kPrimaryAtRest});
+  expectProbes(image, {kWindow, kLogoCrossing, kCard, kPrimaryAtRest});
 }
 
 }  // namespace
