@@ -1,7 +1,5 @@
-// The space rule as plain arithmetic, and the one statvfs(2) call that feeds it.
+// The space rule as plain arithmetic; the volume's free bytes come from the platform seam.
 #include "models/free_space.h"
-
-#include <sys/statvfs.h>
 
 #include <algorithm>
 #include <limits>
@@ -24,12 +22,6 @@ bool enoughSpace(uint64_t available, const ModelEntry& entry, uint64_t offset) {
                  : needed + part;
   }
   return available >= needed;
-}
-
-std::optional<uint64_t> availableBytes(const std::filesystem::path& path) {
-  struct statvfs info {};
-  if (::statvfs(path.c_str(), &info) != 0) return std::nullopt;
-  return static_cast<uint64_t>(info.f_frsize) * static_cast<uint64_t>(info.f_bavail);
 }
 
 }  // namespace velko::models

@@ -2,8 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
-#include <optional>
 
 #include "models/model_list.h"
 
@@ -19,9 +17,5 @@ uint64_t unpackNeed(const ModelEntry& entry);
 // Whether `available` bytes suffice to download `entry` from `offset` on and unpack it, keeping
 // the margin free: `available` must be at least unpack need - offset + margin + size.
 bool enoughSpace(uint64_t available, const ModelEntry& entry, uint64_t offset);
-
-// Bytes an unprivileged user may still write on the volume holding `path`. Nothing when the
-// system cannot tell.
-std::optional<uint64_t> availableBytes(const std::filesystem::path& path);
 
 }  // namespace velko::models

@@ -1,8 +1,7 @@
-// The models layer's file reading and atomic writing, kept apart from the plug-in layer's, which
-// reports its failures.
+// The models layer's file reading and atomic writing, both through the platform seam; unlike the
+// plug-in layer, the model folder reports no failure of these writes.
 #include "models/model_files.h"
 
-#include <fstream>
 #include <optional>
 #include <system_error>
 #include <utility>
@@ -13,16 +12,13 @@ namespace velko::models {
 
 void writeFileAtomic(const std::filesystem::path& path, const std::string& contents) {
   std::error_code ec;
-  std::filesystem::create_directories(path.parent_path(), ec);  // a failure shows at the open
+  std::filesystem::create_directories(path.parent_path(), ec);  // a failure shows at the write
   std::filesystem::path temporary = path;
   temporary += ".tmp";
-  std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
-  if (!out) return;
-  out.write(contents.data(), static_cast<std::streamsize>(contents.size()));
-  const bool written = !out.fail() && !out.bad();
-  out.close();
-  if (!written) return;
-  std::filesystem::rename(temporary, path, ec);
+  // The temporary is made new; what an earlier crash left at its name goes first (a link only
+  // loses itself, never its target).
+  std::filesystem::remove(temporary, ec);
+  platform::replaceFile(path, contents, temporary);
 }
 
 bool readFile(const std::filesystem::path& path, std::string& contents) {

@@ -6,9 +6,10 @@
 
 namespace velko::models {
 
-// Writes `contents` to `path` through `path` + ".tmp" and a rename, making the parent folder
-// first. `path` holds the old or the new content entirely, never a mix. Reports nothing: a failed
-// write leaves `path` as it was (and maybe the temporary file), which callers accept. No fsync.
+// Replaces `path` with `contents` through `path` + ".tmp", making the parent folder first. `path`
+// holds the old or the new content entirely, also after a power cut, and a failure at any step
+// (a full disk among them) leaves it as it was. Reports nothing: a lost cache or marker costs
+// only a download or an update offer later, which callers accept.
 void writeFileAtomic(const std::filesystem::path& path, const std::string& contents);
 
 // The whole file, byte for byte, in `contents`. False when it cannot be opened or read to its end,

@@ -11,6 +11,7 @@
 
 #include "core/message_language.h"
 #include "core/outside_json.h"
+#include "core/safe_name.h"
 #include "core/signature.h"
 
 namespace velko::models {
@@ -47,12 +48,8 @@ std::vector<std::string> strings(const json& entry, const char* key) {
   return out;
 }
 
-// A name that stays inside one folder: no separators, not hidden, no "..". The ".." test is a
-// substring test on purpose; refusing "a..b" costs nothing and needs no path reasoning.
 bool isSafeName(const std::string& name) {
-  return !name.empty() && name.find('/') == std::string::npos &&
-         name.find('\\') == std::string::npos && name.front() != '.' &&
-         name.find("..") == std::string::npos;
+  return core::SafeName::from(name).has_value();
 }
 
 bool isLowerHexDigest(const std::string& text) {

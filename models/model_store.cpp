@@ -8,6 +8,7 @@
 
 #include "core/outside_json.h"
 #include "core/public_key.h"
+#include "core/safe_name.h"
 #include "core/user_model_directory.h"
 #include "models/model_files.h"
 #include "models/store_layout.h"
@@ -54,34 +55,44 @@ std::string ModelStore::packageNameFor(const std::string& id) const {
   return entry ? entry->package : id + ".mlmodelc";
 }
 
+std::optional<fs::path> ModelStore::packagePathFor(const std::string& id) const {
+  // The id may come from a command line, so it passes the gate before it names anything; the
+  // package of a listed entry passed it when the list was verified, and passes it again here.
+  if (!core::SafeName::from(id)) return std::nullopt;
+  const std::optional<core::SafeName> package = core::SafeName::from(packageNameFor(id));
+  if (!package) return std::nullopt;
+  return fs::path(options_.modelDir) / package->text();
+}
+
 ModelState ModelStore::state(const std::string& id) const {
-  const std::string package = packageNameFor(id);
-  const fs::path target = fs::path(options_.modelDir) / package;
+  const std::optional<fs::path> target = packagePathFor(id);
+  if (!target) return ModelState::Absent;
   std::error_code ec;
   fs::path found;
-  if (endsWith(package, ".mlmodelc")) {
+  if (endsWith(target->filename().string(), ".mlmodelc")) {
     // A compiled model may also lie outside the store, in the places the locator knows.
-    found = fs::is_directory(target, ec)
-                ? target
+    found = fs::is_directory(*target, ec)
+                ? *target
                 : fs::path(vision::findModelPackage(id + ".mlpackage").path);
-  } else if (fs::is_regular_file(target, ec)) {
-    found = target;
+  } else if (fs::is_regular_file(*target, ec)) {
+    found = *target;
   }
   if (found.empty()) return ModelState::Absent;
-  return fs::equivalent(found, target, ec) ? ModelState::InStore : ModelState::Elsewhere;
+  return fs::equivalent(found, *target, ec) ? ModelState::InStore : ModelState::Elsewhere;
 }
 
 unsigned long long ModelStore::installedBytes(const std::string& id) const {
-  const fs::path target = fs::path(options_.modelDir) / packageNameFor(id);
+  const std::optional<fs::path> target = packagePathFor(id);
+  if (!target) return 0;
   std::error_code ec;
-  const fs::file_status status = fs::status(target, ec);
+  const fs::file_status status = fs::status(*target, ec);
   if (!fs::exists(status)) return 0;
   if (fs::is_regular_file(status)) {
-    const uintmax_t size = fs::file_size(target, ec);
+    const uintmax_t size = fs::file_size(*target, ec);
     return ec ? 0 : size;
   }
   unsigned long long total = 0;
-  fs::recursive_directory_iterator it(target, fs::directory_options::skip_permission_denied, ec);
+  fs::recursive_directory_iterator it(*target, fs::directory_options::skip_permission_denied, ec);
   for (; !ec && it != fs::recursive_directory_iterator(); it.increment(ec)) {
     std::error_code entryError;
     if (!it->is_regular_file(entryError)) continue;
@@ -93,10 +104,11 @@ unsigned long long ModelStore::installedBytes(const std::string& id) const {
 
 bool ModelStore::updateAvailable(const std::string& id) const {
   const std::optional<ModelEntry> entry = entryFor(id);
-  if (!entry || state(id) != ModelState::InStore) return false;
+  const std::optional<core::SafeName> name = core::SafeName::from(id);
+  if (!entry || !name || state(id) != ModelState::InStore) return false;
   std::string text;
   // No marker, no offer: a package put there by hand is never replaced behind the user's back.
-  if (!readFile(installedMarker(options_.modelDir, id), text)) return false;
+  if (!readFile(installedMarker(options_.modelDir, *name), text)) return false;
   const core::ParsedJson marker = core::parseOutsideJson(text);
   if (!marker.value) return false;
   try {

@@ -17,6 +17,8 @@
 
 namespace velko::models {
 
+struct ModelPaths;
+
 // Where a model's package is, as far as the store can tell.
 enum class ModelState : int32_t {
   Absent = 0,     // no usable copy anywhere
@@ -83,9 +85,12 @@ class ModelStore {
 
  private:
   std::optional<ModelEntry> entryFor(const std::string& id) const;
+  // modelDir / packageNameFor(id); nothing when the id or the package is no safe name, so a name
+  // from outside can never point past the model folder.
+  std::optional<std::filesystem::path> packagePathFor(const std::string& id) const;
   // The last step of a fetch: puts the verified download `partPath` in place and writes the
   // marker. False with `result`'s error and message set when the package could not be installed.
-  bool install(const ModelEntry& entry, const std::filesystem::path& partPath, FetchResult& result);
+  bool install(const ModelEntry& entry, const ModelPaths& paths, FetchResult& result);
 
   Options options_;
   mutable std::mutex mutex_;

@@ -8,12 +8,12 @@
 #include "core/message_language.h"
 #include "core/version_compare.h"
 #include "models/entry_title.h"
-#include "models/file_lock.h"
 #include "models/format_bytes.h"
 #include "models/free_space.h"
 #include "models/model_store.h"
 #include "models/sha256_file.h"
 #include "models/store_layout.h"
+#include "platform/platform.h"
 
 namespace velko::models {
 
@@ -31,15 +31,20 @@ bool failWith(FetchResult& result, FetchError error, std::string message) {
   return false;
 }
 
+// A link at the name counts as nothing: its target may lie outside the model folder.
 uint64_t regularFileSize(const fs::path& path) {
   std::error_code ec;
-  if (!fs::is_regular_file(path, ec)) return 0;
+  if (!fs::is_regular_file(fs::symlink_status(path, ec))) return 0;
   const uintmax_t size = fs::file_size(path, ec);
   return ec ? 0 : size;
 }
 
 bool cancelled(const Cancel& cancel) {
   return cancel && cancel();
+}
+
+std::string cannotWriteMessage(const fs::path& file) {
+  return core::localizedMessage("Datei nicht schreibbar: ", "Cannot write file: ") + file.string();
 }
 
 std::string cancelledMessage() {
@@ -54,11 +59,9 @@ bool transferInto(Transport& transport, const ModelEntry& entry, const fs::path&
                   uint64_t offset, const Progress& onProgress, const Cancel& cancel,
                   FetchResult& result) {
   for (int transfer = 0; transfer < 2 && offset < entry.size; ++transfer) {
-    FILE* file = std::fopen(part.c_str(), offset != 0 ? "ab" : "wb");
+    FILE* file = platform::openFileForWriting(part, offset != 0);
     if (file == nullptr) {
-      return failWith(result, FetchError::IoError,
-                      core::localizedMessage("Datei nicht schreibbar: ", "Cannot write file: ") +
-                          part.string());
+      return failWith(result, FetchError::IoError, cannotWriteMessage(part));
     }
     int seenStatus = 0;
     bool writeFailed = false;
@@ -162,7 +165,9 @@ FetchResult ModelStore::fetch(const std::string& id, const Progress& onProgress,
   }
   // A copy: a list refresh during the download does not reach this run.
   const std::optional<ModelEntry> found = entryFor(id);
-  if (!found) {
+  const std::optional<ModelPaths> paths =
+      found ? pathsFor(options_.modelDir, *found) : std::nullopt;
+  if (!paths) {
     failWith(result, FetchError::UnknownModel,
              core::localizedMessage("Modell „" + id + "“ steht nicht in der Modell-Liste.",
                                     "Model \"" + id + "\" is not in the model list."));
@@ -178,30 +183,33 @@ FetchResult ModelStore::fetch(const std::string& id, const Progress& onProgress,
   }
   const fs::path modelDir = options_.modelDir;
   std::error_code ec;
-  fs::create_directories(downloadsDir(modelDir), ec);
-  if (ec) {
+  if (!makeOwnFolder(downloadsDir(modelDir))) {
     failWith(result, FetchError::IoError,
              core::localizedMessage("Modell-Ordner nicht anlegbar: ",
                                     "Cannot create the model folder: ") +
                  options_.modelDir);
     return result;
   }
-  const FileLock lock(lockPathFor(modelDir, id));
-  if (!lock.held()) {
+  const platform::FileLock lock(paths->lock);
+  if (lock.busy()) {
     failWith(result, FetchError::Busy,
              core::localizedMessage("Dieses Modell wird gerade schon geladen.",
                                     "This model is already being downloaded."));
     return result;
   }
+  if (!lock.held()) {
+    failWith(result, FetchError::IoError, cannotWriteMessage(paths->lock));
+    return result;
+  }
 
-  const fs::path part = partPathFor(modelDir, entry.file);
+  const fs::path& part = paths->part;
   uint64_t offset = regularFileSize(part);
   if (offset > entry.size) {
     // Longer than the model: it cannot be a piece of this download.
     fs::remove(part, ec);
     offset = 0;
   }
-  const std::optional<uint64_t> available = availableBytes(modelDir);
+  const std::optional<uint64_t> available = platform::availableBytes(modelDir);
   if (available && !enoughSpace(*available, entry, offset)) {
     const uint64_t shown = entry.size + unpackNeed(entry);
     failWith(result, FetchError::IoError,
@@ -237,7 +245,7 @@ FetchResult ModelStore::fetch(const std::string& id, const Progress& onProgress,
                  "The downloaded file is damaged (checksum mismatch) – discarded."));
     return result;
   }
-  if (!install(entry, part, result)) return result;
+  if (!install(entry, *paths, result)) return result;
 
   ++core::gGeneration;
   if (onProgress) onProgress(entry.size, entry.size);

@@ -13,42 +13,39 @@ namespace velko::models {
 
 namespace fs = std::filesystem;
 
-bool ModelStore::install(const ModelEntry& entry, const fs::path& partPath, FetchResult& result) {
-  const fs::path modelDir = options_.modelDir;
-  const fs::path target = modelDir / entry.package;
-  const fs::path oldPath = downloadsDir(modelDir) / (entry.id + ".old");
+bool ModelStore::install(const ModelEntry& entry, const ModelPaths& paths, FetchResult& result) {
   std::error_code ec;
   bool replaced = false;
   if (entry.kind == ModelKind::File) {
     // On failure the verified file stays, and the next fetch goes straight to its checksum.
-    replaced = replacePath(partPath, target, oldPath);
+    replaced = replacePath(paths.part, paths.target, paths.old);
   } else {
-    const fs::path unpackDir = downloadsDir(modelDir) / (entry.id + ".unpack");
-    if (!unpackAndInspect(partPath, unpackDir, entry.package)) {
+    if (!unpackAndInspect(paths.part, paths.unpack, entry.package)) {
       // Proved unusable although its checksum passed: the archive goes too.
-      fs::remove_all(unpackDir, ec);
-      fs::remove(partPath, ec);
+      fs::remove_all(paths.unpack, ec);
+      fs::remove(paths.part, ec);
       result.error = FetchError::UnpackFailed;
       result.message = core::localizedMessage("Modell-Paket ließ sich nicht entpacken.",
                                               "The model package could not be unpacked.");
       return false;
     }
-    replaced = replacePath(unpackDir / entry.package, target, oldPath);
-    fs::remove_all(unpackDir, ec);  // also takes a "__MACOSX" folder away
-    if (replaced) fs::remove(partPath, ec);
+    replaced = replacePath(paths.unpack / entry.package, paths.target, paths.old);
+    fs::remove_all(paths.unpack, ec);  // also takes a "__MACOSX" folder away
+    if (replaced) fs::remove(paths.part, ec);
   }
   if (!replaced) {
     result.error = FetchError::IoError;
     result.message =
         core::localizedMessage("Installieren fehlgeschlagen: ", "Installing failed: ") +
-        target.string();
+        paths.target.string();
     return false;
   }
-  // A lost marker costs only the update offer, so its failure is not reported.
+  // A lost marker costs only the update offer, so its failure is not reported. A link planted
+  // at the marker folder would carry the write out of the model folder: no marker then.
   nlohmann::ordered_json marker;
   marker["sha256"] = entry.sha256;
   marker["version"] = entry.version;
-  writeFileAtomic(installedMarker(modelDir, entry.id), marker.dump());
+  if (makeOwnFolder(paths.marker.parent_path())) writeFileAtomic(paths.marker, marker.dump());
   return true;
 }
 

@@ -5,6 +5,8 @@
 // zip extraction such as /usr/bin/ditto) and is chosen in platform/CMakeLists.txt.
 #pragma once
 
+#include <cstdint>
+#include <cstdio>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -63,13 +65,67 @@ struct NewFileResult {
 NewFileResult writeNewFile(const std::filesystem::path& file, std::string_view contents,
                            NewFileMode mode);
 
+// How replaceFile failed.
+enum class ReplaceFailure {
+  None,             // `file` holds the new contents
+  CreateTemporary,  // `temporary` could not be made: it exists, is a link, or the folder refuses
+  Write,            // a write or the flush to disk failed (a full disk among them)
+  Rename,           // the temporary could not take the place of `file`
+};
+
+struct ReplaceResult {
+  ReplaceFailure failure = ReplaceFailure::None;
+  std::string error;  // the system's reason; empty on success
+};
+
+// Replaces `file` with `contents` so that it holds the old or the new contents entirely, also
+// after a power cut: `temporary` (a new name beside `file`) is created as writeNewFile does, every
+// byte is checked, the data is flushed to the disk before the rename, and the folder after it. On
+// any failure `file` is untouched and a temporary this call made is removed again.
+ReplaceResult replaceFile(const std::filesystem::path& file, std::string_view contents,
+                          const std::filesystem::path& temporary);
+
+// Opens `file` for writing a download: created when missing (rw-r--r--), positioned at its end
+// when `append`, emptied otherwise. Nullptr, with nothing created or changed, for anything but a
+// regular file at that name: a symbolic link is never followed (the write could land outside the
+// folder) and a FIFO is never waited on.
+std::FILE* openFileForWriting(const std::filesystem::path& file, bool append);
+
+// Bytes an unprivileged user may still write on the volume holding `path`. Nothing when the
+// system cannot tell.
+std::optional<uint64_t> availableBytes(const std::filesystem::path& path);
+
+// Holds an exclusive advisory lock on one lock file while it lives; other threads and processes
+// that try the same file are refused at once, never made to wait. The lock ends with the holder,
+// and with the process if that dies; the file itself stays.
+class FileLock {
+ public:
+  // Opens `path` (made with rw-r--r-- when missing; its folder is not made) and tries the lock
+  // once. A symbolic link or anything but a regular file at `path` is not opened.
+  explicit FileLock(const std::filesystem::path& path);
+  ~FileLock();
+  FileLock(const FileLock&) = delete;
+  FileLock& operator=(const FileLock&) = delete;
+
+  bool held() const { return fd_ >= 0; }
+  // True when the file was opened but someone else holds the lock; false when held, or when the
+  // file could not be opened at all.
+  bool busy() const { return busy_; }
+
+ private:
+  int fd_ = -1;
+  bool busy_ = false;
+};
+
 // The path of the running executable, with links resolved. Empty when it cannot be found.
 std::filesystem::path executablePath();
 
 // Extracts the zip archive `archive` into the existing folder `destination`. Entries whose names
 // hold ".." or are absolute are refused, and nothing is written through a symbolic link; links in
-// the archive are restored as links, for the caller to judge. False when the archive cannot be
-// read or any entry cannot be written; what was extracted before the failure stays.
+// the archive are restored as links, for the caller to judge. Names come out the same whatever
+// the process's locale: UTF-8 names as they are, names of old archivers byte for byte. False when
+// the archive cannot be read, an entry fails its CRC, or any entry is not written whole (a full
+// disk among the causes); what was extracted before the failure stays.
 bool extractZip(const std::filesystem::path& archive, const std::filesystem::path& destination);
 
 // Swaps the names `a` and `b` in one step; both must exist. False, with nothing changed, when the

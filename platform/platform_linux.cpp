@@ -7,10 +7,13 @@
 #include <archive.h>
 #include <archive_entry.h>
 #include <fcntl.h>
+#include <locale.h>
 #include <plist/plist.h>
 #include <sched.h>
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -188,12 +191,51 @@ std::optional<std::string> readRegularFile(const std::filesystem::path& file) {
   return text;
 }
 
+namespace {
+
+// Makes the data of an open file durable before anything depends on it. 0 or the errno.
+int flushFileData(int fd) {
+  return ::fsync(fd) == 0 ? 0 : errno;
+}
+
+// Makes the entries of `file`'s folder durable, so that a new or renamed name survives a power
+// cut as well as the bytes behind it. Best effort: a folder that cannot be opened is left alone.
+void flushFolderOf(const std::filesystem::path& file) {
+  const std::filesystem::path parent = file.parent_path().empty() ? "." : file.parent_path();
+  const int dir = ::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (dir < 0) return;
+  ::fsync(dir);
+  ::close(dir);
+}
+
+// A new file at `file`, never an existing one and never through a link planted at that name.
+// The descriptor, or -1 with errno set.
+int createNewFile(const std::filesystem::path& file, mode_t mode) {
+  return ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
+}
+
+// Writes every byte of `contents`, so that a short write (a full disk) cannot pass unseen.
+// 0 or the errno.
+int writeAll(int fd, std::string_view contents) {
+  for (size_t written = 0; written < contents.size();) {
+    const ssize_t n = ::write(fd, contents.data() + written, contents.size() - written);
+    if (n > 0) {
+      written += static_cast<size_t>(n);
+    } else if (n == 0) {
+      return EIO;
+    } else if (errno != EINTR) {
+      return errno;
+    }
+  }
+  return 0;
+}
+
+}  // namespace
+
 NewFileResult writeNewFile(const std::filesystem::path& file, std::string_view contents,
                            NewFileMode mode) {
   NewFileResult result;
-  // O_EXCL with O_NOFOLLOW: neither an existing file nor a planted link is written through.
-  const int fd = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                        mode.ownerOnly ? 0600 : 0666);
+  const int fd = createNewFile(file, mode.ownerOnly ? 0600 : 0666);
   if (fd < 0) {
     result.error = std::strerror(errno);
     return result;
@@ -201,32 +243,92 @@ NewFileResult writeNewFile(const std::filesystem::path& file, std::string_view c
   result.created = true;
   // The umask can only take bits away; this makes an owner-only file exactly 0600 whatever it was.
   int error = mode.ownerOnly && ::fchmod(fd, 0600) != 0 ? errno : 0;
-  for (size_t written = 0; error == 0 && written < contents.size();) {
-    const ssize_t n = ::write(fd, contents.data() + written, contents.size() - written);
-    if (n > 0) {
-      written += static_cast<size_t>(n);
-    } else if (n == 0) {
-      error = EIO;
-    } else if (errno != EINTR) {
-      error = errno;
-    }
-  }
-  if (error == 0 && mode.durable && ::fsync(fd) != 0) error = errno;
+  if (error == 0) error = writeAll(fd, contents);
+  if (error == 0 && mode.durable) error = flushFileData(fd);
   if (::close(fd) != 0 && error == 0) error = errno;
   if (error != 0) {
     result.error = std::strerror(error);
     return result;
   }
-  if (mode.durable) {
-    // The new name must survive a crash as well, not only the bytes behind it.
-    const std::filesystem::path parent = file.parent_path().empty() ? "." : file.parent_path();
-    const int dir = ::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (dir >= 0) {
-      ::fsync(dir);
-      ::close(dir);
-    }
-  }
+  if (mode.durable) flushFolderOf(file);
   return result;
+}
+
+ReplaceResult replaceFile(const std::filesystem::path& file, std::string_view contents,
+                          const std::filesystem::path& temporary) {
+  ReplaceResult result;
+  const int fd = createNewFile(temporary, 0666);
+  if (fd < 0) {
+    result.failure = ReplaceFailure::CreateTemporary;
+    result.error = std::strerror(errno);
+    return result;
+  }
+  // The data reaches the disk before the rename: otherwise a power cut after a reported success
+  // could leave the new name pointing at an empty file.
+  int error = writeAll(fd, contents);
+  if (error == 0) error = flushFileData(fd);
+  if (::close(fd) != 0 && error == 0) error = errno;
+  result.failure = ReplaceFailure::Write;
+  if (error == 0 && ::rename(temporary.c_str(), file.c_str()) != 0) {
+    error = errno;
+    result.failure = ReplaceFailure::Rename;
+  }
+  if (error != 0) {
+    ::unlink(temporary.c_str());
+    result.error = std::strerror(error);
+    return result;
+  }
+  result.failure = ReplaceFailure::None;
+  flushFolderOf(file);
+  return result;
+}
+
+std::FILE* openFileForWriting(const std::filesystem::path& file, bool append) {
+  // O_NOFOLLOW refuses a link at the name; O_NONBLOCK keeps a FIFO from holding the open until a
+  // reader comes. Only a regular file is kept, and only then is it emptied.
+  const int fd = ::open(
+      file.c_str(),
+      O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | (append ? O_APPEND : 0), 0644);
+  if (fd < 0) return nullptr;
+  struct stat info {};
+  const int flags = ::fcntl(fd, F_GETFL);
+  if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) || flags < 0 ||
+      ::fcntl(fd, F_SETFL, flags & ~O_NONBLOCK) != 0 || (!append && ::ftruncate(fd, 0) != 0)) {
+    ::close(fd);
+    return nullptr;
+  }
+  std::FILE* stream = ::fdopen(fd, append ? "ab" : "wb");
+  if (stream == nullptr) ::close(fd);
+  return stream;
+}
+
+std::optional<uint64_t> availableBytes(const std::filesystem::path& path) {
+  struct statvfs info {};
+  if (::statvfs(path.c_str(), &info) != 0) return std::nullopt;
+  return static_cast<uint64_t>(info.f_frsize) * static_cast<uint64_t>(info.f_bavail);
+}
+
+FileLock::FileLock(const std::filesystem::path& path) {
+  // Never through a link planted at the lock's name, which could make the file elsewhere.
+  const int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0644);
+  if (fd < 0) return;
+  struct stat info {};
+  if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+    ::close(fd);
+    return;
+  }
+  if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+    busy_ = errno == EWOULDBLOCK;
+    ::close(fd);
+    return;
+  }
+  fd_ = fd;
+}
+
+FileLock::~FileLock() {
+  if (fd_ < 0) return;
+  ::flock(fd_, LOCK_UN);
+  ::close(fd_);
 }
 
 namespace {
@@ -238,6 +340,9 @@ constexpr int kExtractFlags = ARCHIVE_EXTRACT_TIME | ARCHIVE_EXTRACT_SECURE_NODO
                               ARCHIVE_EXTRACT_SECURE_NOABSOLUTEPATHS |
                               ARCHIVE_EXTRACT_SECURE_SYMLINKS;
 
+// Only ARCHIVE_OK counts as success below: libarchive answers ARCHIVE_WARN for an entry whose
+// bytes could not all be written ("Write failed" on a full disk) and for one whose CRC-32 does not
+// match, and either would leave a damaged file that looks installed.
 bool copyEntryData(archive* reader, archive* writer) {
   for (;;) {
     const void* block = nullptr;
@@ -245,8 +350,8 @@ bool copyEntryData(archive* reader, archive* writer) {
     la_int64_t offset = 0;
     const int r = archive_read_data_block(reader, &block, &size, &offset);
     if (r == ARCHIVE_EOF) return true;
-    if (r < ARCHIVE_WARN) return false;
-    if (archive_write_data_block(writer, block, size, offset) < ARCHIVE_WARN) return false;
+    if (r != ARCHIVE_OK) return false;
+    if (archive_write_data_block(writer, block, size, offset) != ARCHIVE_OK) return false;
   }
 }
 
@@ -258,7 +363,7 @@ bool extractEntries(archive* reader, archive* writer) {
     archive_entry* entry = nullptr;
     const int r = archive_read_next_header(reader, &entry);
     if (r == ARCHIVE_EOF) return true;
-    if (r < ARCHIVE_WARN) return false;
+    if (r != ARCHIVE_OK) return false;
     const mode_t type = archive_entry_filetype(entry);
     if (type == AE_IFDIR) {
       archive_entry_set_perm(entry, archive_entry_perm(entry) | 0700);
@@ -267,16 +372,44 @@ bool extractEntries(archive* reader, archive* writer) {
     } else if (type != AE_IFLNK) {
       return false;
     }
-    if (archive_write_header(writer, entry) < ARCHIVE_WARN) return false;
+    if (archive_write_header(writer, entry) != ARCHIVE_OK) return false;
     if (!copyEntryData(reader, writer)) return false;
-    if (archive_write_finish_entry(writer) < ARCHIVE_WARN) return false;
+    if (archive_write_finish_entry(writer) != ARCHIVE_OK) return false;
   }
 }
 
-// Runs on a thread of its own: the working folder it changes is not shared with the process.
+// The character set libarchive converts names into follows the locale. In the "C" locale a
+// name flagged as UTF-8 cannot be converted and the entry is refused, so the command line (which
+// never sets a locale) would refuse what the window accepts. The extraction thread therefore
+// works in a UTF-8 locale of its own, whatever the process has; names without the flag are taken
+// byte for byte either way.
+class Utf8LocaleForThisThread {
+ public:
+  Utf8LocaleForThisThread() {
+    for (const char* name : {"C.UTF-8", "UTF-8", "en_US.UTF-8"}) {
+      locale_ = ::newlocale(LC_CTYPE_MASK, name, static_cast<locale_t>(0));
+      if (locale_ != static_cast<locale_t>(0)) break;
+    }
+    if (locale_ != static_cast<locale_t>(0)) ::uselocale(locale_);
+  }
+  ~Utf8LocaleForThisThread() {
+    if (locale_ == static_cast<locale_t>(0)) return;
+    ::uselocale(LC_GLOBAL_LOCALE);
+    ::freelocale(locale_);
+  }
+  Utf8LocaleForThisThread(const Utf8LocaleForThisThread&) = delete;
+  Utf8LocaleForThisThread& operator=(const Utf8LocaleForThisThread&) = delete;
+
+ private:
+  locale_t locale_ = static_cast<locale_t>(0);
+};
+
+// Runs on a thread of its own: the working folder and the locale it changes are not shared with
+// the process.
 bool extractZipInto(const std::filesystem::path& archivePath,
                     const std::filesystem::path& destination) {
   if (::unshare(CLONE_FS) != 0 || ::chdir(destination.c_str()) != 0) return false;
+  const Utf8LocaleForThisThread utf8;
   archive* reader = archive_read_new();
   archive* writer = archive_write_disk_new();
   bool ok = reader != nullptr && writer != nullptr;

@@ -58,25 +58,25 @@ std::optional<std::string> loadRegistry(const fs::path& uxpBaseDir, LoadedRegist
 }
 
 std::optional<std::string> writeFileAtomic(const fs::path& path, const std::string& contents) {
-  // Same folder as the target, so the rename stays on one file system and is atomic.
+  // Same folder as the target, so the rename stays on one file system and is atomic. The
+  // temporary is made new, never through a link planted at its name, and every byte is checked
+  // and flushed before the rename: on a full disk a short temporary must never replace the
+  // registry, and after a power cut PS.json holds the old or the new text.
   fs::path temp = path;
   temp += ".tmp-velko-" + millisSinceEpoch();
-  // Made new, never through a link planted at that name. Every write is checked before the rename:
-  // on a full disk a short temporary must never replace the registry. No fsync: the aim is an
-  // atomic name, not durability against a power cut.
-  const platform::NewFileResult written = platform::writeNewFile(temp, contents, {});
-  if (!written.created) {
-    return L("Konnte Temp-Datei nicht anlegen: ", "Could not create temp file: ") + temp.string();
+  const platform::ReplaceResult replaced = platform::replaceFile(path, contents, temp);
+  switch (replaced.failure) {
+    case platform::ReplaceFailure::None:
+      return std::nullopt;
+    case platform::ReplaceFailure::CreateTemporary:
+      return L("Konnte Temp-Datei nicht anlegen: ", "Could not create temp file: ") + temp.string();
+    case platform::ReplaceFailure::Write:
+      return L("Schreibfehler: ", "Write error: ") + temp.string();
+    case platform::ReplaceFailure::Rename:
+      break;
   }
-  if (!written.error.empty()) return L("Schreibfehler: ", "Write error: ") + temp.string();
-  std::error_code ec;
-  fs::rename(temp, path, ec);
-  if (ec) {
-    fs::remove(temp, ec);
-    return L("Konnte Datei nicht atomar ersetzen: ", "Could not replace file atomically: ") +
-           path.string();
-  }
-  return std::nullopt;
+  return L("Konnte Datei nicht atomar ersetzen: ", "Could not replace file atomically: ") +
+         path.string();
 }
 
 std::string registryText(const json& root) {

@@ -1,17 +1,22 @@
 // The real executable against hostile disks: things that are not files where files belong, absurd
-// nesting, and a registry folder that runs full in the middle of the write.
+// nesting, folders that run full in the middle of a write, and odd names on the model road.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <functional>
+#include <optional>
 
 #include <nlohmann/json.hpp>
 
 #include "tests/app/cli_fixture.h"
+#include "tests/support/model_server.h"
+#include "tests/support/zip_archive.h"
 
 namespace velko::test {
 namespace {
@@ -164,6 +169,242 @@ TEST_F(HostileDiskTest, FullDiskNeverShortensTheRegistry) {
     EXPECT_TRUE(r.err.starts_with("failed: Write error: " + registry.string() + ".tmp-velko-"))
         << r.err;
     EXPECT_EQ(readFile(registry), text);
+  }
+}
+
+// Fills the file system holding `folder` to the last byte.
+void fillUp(const fs::path& folder) {
+  const int fd = ::open((folder / "filler").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  ASSERT_GE(fd, 0) << std::strerror(errno);
+  const std::string block(4096, 'f');
+  while (::write(fd, block.data(), block.size()) > 0) {
+  }
+  ::write(fd, block.data(), 1);  // the last partial page
+  ::close(fd);
+}
+
+// The bytes of a zip archive made by the test's writer.
+std::string zipBytes(const fs::path& file, const std::vector<ZipEntry>& entries,
+                     ZipForm form = {}) {
+  writeZip(file, entries, form);
+  return readFile(file).value();
+}
+
+// The model road, through the real executable, on disks that run full, with files planted where
+// the store writes its own, and with odd names from the archive and from the command line. Nothing
+// outside the model folder is touched, nothing hangs, a package that was not written whole never
+// counts as installed, and the cached list is never replaced by less than a whole new one.
+TEST_F(HostileDiskTest, ModelRoadKeepsToTheModelFolderAndSeesEveryFailedWrite) {
+  if (!VELKO_LIST_KEY_IS_DEVELOPMENT_KEY) GTEST_SKIP() << "the executable trusts another key";
+  ModelServer server;
+  const std::string weights = "old weights";
+  // An archive whose only entry fails its CRC-32: one byte of the stored data is changed after
+  // the CRC was written. The list's checksum is over the changed bytes, so only the unpack can
+  // see it.
+  std::string badCrc = zipBytes(dir_ / "crc.zip", {zipFile("c.mlmodelc/w.bin", "weights-weights")},
+                                {.stored = true});
+  badCrc[badCrc.find("weights-weights")] = 'W';
+  const std::string utf8Name = "Gewichte-\xc3\xbc.bin", oldArchiverName = "Gr\x94\xe1e.bin";
+
+  struct Row {
+    const char* name;
+    size_t tmpfsBytes;  // 0: the store lies on the ordinary disk
+    std::function<void(const fs::path& store)> setup;
+    std::vector<std::string> args;
+    int code;
+    std::string out, err;  // "<store>" stands for the model folder
+    std::function<void(const fs::path& store)> check;
+  };
+  const Row rows[] = {
+      {"an unpack that runs out of room fails and leaves the old package and its marker",
+       110'000'000,
+       [&](const fs::path& store) {
+         writeFile(store / "z.mlmodelc" / "w.bin", weights);
+         writeFile(store / ".installed" / "z.json", R"({"sha256":"old","version":"0.9"})");
+         // 120 MB of one letter deflate to a small download; no installed_size is announced.
+         const std::string zip =
+             zipBytes(store.parent_path() / "z.zip",
+                      {zipFile("z.mlmodelc/w.bin", std::string(120'000'000, 'w'))});
+         server.publish({coremlModel("z", zip)}, {zip});
+       },
+       {"models-fetch", "--model", "z"},
+       1,
+       "",
+       "failed: The model package could not be unpacked.\n",
+       [&](const fs::path& store) {
+         // Compared as a truth value: a failure must not print 120 MB.
+         EXPECT_TRUE(readFile(store / "z.mlmodelc" / "w.bin") == weights);
+         EXPECT_EQ(readFile(store / ".installed" / "z.json"),
+                   R"({"sha256":"old","version":"0.9"})");
+         EXPECT_FALSE(fs::exists(store / ".downloads" / "z.zip.part"));
+         EXPECT_FALSE(fs::exists(store / ".downloads" / "z.unpack"));
+       }},
+      {"an entry that fails its CRC-32 is refused",
+       0,
+       [&](const fs::path&) { server.publish({coremlModel("c", badCrc)}, {badCrc}); },
+       {"models-fetch", "--model", "c"},
+       1,
+       "",
+       "failed: The model package could not be unpacked.\n",
+       [](const fs::path& store) { EXPECT_FALSE(fs::exists(store / "c.mlmodelc")); }},
+      {"a name flagged as UTF-8 unpacks although the command line sets no locale",
+       0,
+       [&](const fs::path& store) {
+         const std::string zip =
+             zipBytes(store.parent_path() / "u.zip", {zipFile("u.mlmodelc/" + utf8Name, "w")},
+                      {.utf8Names = true});
+         server.publish({coremlModel("u", zip)}, {zip});
+       },
+       {"models-fetch", "--model", "u"},
+       0,
+       "loaded u\n",
+       "",
+       [&](const fs::path& store) { EXPECT_EQ(readFile(store / "u.mlmodelc" / utf8Name), "w"); }},
+      {"an old archiver's name unpacks byte for byte",
+       0,
+       [&](const fs::path& store) {
+         const std::string zip = zipBytes(store.parent_path() / "o.zip",
+                                          {zipFile("o.mlmodelc/" + oldArchiverName, "w")});
+         server.publish({coremlModel("o", zip)}, {zip});
+       },
+       {"models-fetch", "--model", "o"},
+       0,
+       "loaded o\n",
+       "",
+       [&](const fs::path& store) {
+         EXPECT_EQ(readFile(store / "o.mlmodelc" / oldArchiverName), "w");
+       }},
+      {"a relative id that climbs out names nothing",
+       0,
+       [&](const fs::path& store) {
+         server.publishThree();
+         writeFile(store.parent_path() / "project" / "MyModel.mlmodelc" / "w.bin", weights);
+         writeFile(store.parent_path() / "project" / "MyModel.json", "{}");
+       },
+       {"models-remove", "--model", "../project/MyModel"},
+       1,
+       "",
+       "failed: This model is not in the model folder.\n",
+       [&](const fs::path& store) {
+         EXPECT_EQ(readFile(store.parent_path() / "project" / "MyModel.mlmodelc" / "w.bin"),
+                   weights);
+         EXPECT_TRUE(fs::exists(store.parent_path() / "project" / "MyModel.json"));
+         EXPECT_FALSE(fs::exists(store / ".downloads")) << "not even a lock file is made";
+       }},
+      {"an absolute id names nothing",
+       0,
+       [&](const fs::path& store) {
+         server.publishThree();
+         writeFile(dir_ / "abs" / "X.mlmodelc" / "w.bin", weights);
+       },
+       {"models-remove", "--model", (dir_ / "abs" / "X").string()},
+       1,
+       "",
+       "failed: This model is not in the model folder.\n",
+       [&](const fs::path& store) {
+         EXPECT_EQ(readFile(dir_ / "abs" / "X.mlmodelc" / "w.bin"), weights);
+       }},
+      {"a plain file named .downloads holds no download: removal goes ahead",
+       0,
+       [&](const fs::path& store) {
+         server.publishThree();
+         writeFile(store / ".downloads", "");
+         writeFile(store / "x.mlmodelc" / "w.bin", weights);
+       },
+       {"models-remove", "--model", "x"},
+       0,
+       "removed x\n",
+       "",
+       [](const fs::path& store) { EXPECT_FALSE(fs::exists(store / "x.mlmodelc")); }},
+      {"a FIFO at the download's name is no file to write, never waited on",
+       0,
+       [&](const fs::path& store) {
+         server.publishThree();
+         fifo(store / ".downloads" / "a.bin.part");
+       },
+       {"models-fetch", "--model", "a"},
+       1,
+       "",
+       "failed: Cannot write file: <store>/.downloads/a.bin.part\n",
+       [](const fs::path&) {}},
+      {"a link at the download's name is not written through",
+       0,
+       [&](const fs::path& store) {
+         server.publishThree();
+         writeFile(store.parent_path() / "outside", "outside");
+         fs::create_directories(store / ".downloads");
+         fs::create_symlink(store.parent_path() / "outside", store / ".downloads" / "a.bin.part");
+       },
+       {"models-fetch", "--model", "a"},
+       1,
+       "",
+       "failed: Cannot write file: <store>/.downloads/a.bin.part\n",
+       [](const fs::path& store) {
+         EXPECT_EQ(readFile(store.parent_path() / "outside"), "outside");
+       }},
+      {"a link at the lock's name makes no file outside",
+       0,
+       [&](const fs::path& store) {
+         server.publishThree();
+         fs::create_directories(store / ".downloads");
+         fs::create_symlink(store.parent_path() / "outside.lock", store / ".downloads" / "a.lock");
+       },
+       {"models-fetch", "--model", "a"},
+       1,
+       "",
+       "failed: Cannot write file: <store>/.downloads/a.lock\n",
+       [](const fs::path& store) {
+         EXPECT_FALSE(fs::exists(fs::symlink_status(store.parent_path() / "outside.lock")));
+       }},
+      {"a refresh on a full disk keeps the cached list whole and still serves the fresh one",
+       64 * 1024,
+       [&](const fs::path& store) {
+         const SignedList cached = signedList({fileModel("r1", "1")});
+         writeFile(store / "models.json", cached.text);
+         writeFile(store / "models.json.sig", cached.signature);
+         server.publish({fileModel("r2", "2")}, {"2"});
+         fillUp(store);
+       },
+       {"models"},
+       0,
+       "id=r2 state=missing size=1 license=MIT update=no title=Title r2\n",
+       "",
+       [&](const fs::path& store) {
+         const SignedList cached = signedList({fileModel("r1", "1")});
+         EXPECT_EQ(readFile(store / "models.json"), cached.text);
+         EXPECT_EQ(readFile(store / "models.json.sig"), cached.signature);
+       }},
+  };
+  const bool root = geteuid() == 0;
+  for (size_t i = 0; i < std::size(rows); ++i) {
+    const Row& row = rows[i];
+    SCOPED_TRACE(row.name);
+    if (row.tmpfsBytes != 0 && !root) {
+      std::printf("skipped without root (a tmpfs is mounted): %s\n", row.name);
+      continue;
+    }
+    const fs::path store = dir_ / ("row" + std::to_string(i)) / "models";
+    fs::create_directories(store);
+    std::optional<SmallFileSystem> small;
+    if (row.tmpfsBytes != 0) {
+      small.emplace(store, row.tmpfsBytes);
+      ASSERT_TRUE(small->mounted()) << small->reason();
+    }
+    row.setup(store);
+    std::vector<std::string> args = {"--cli"};
+    args.insert(args.end(), row.args.begin(), row.args.end());
+    const ProcessResult r = runLimited(
+        args, {{"VELKO_MODEL_LIST_URL", server.listUrl()}, {"VELKO_MODEL_STORE", store.string()}});
+    const auto withStore = [&](std::string text) {
+      if (const size_t at = text.find("<store>"); at != std::string::npos) {
+        text.replace(at, 7, store.string());
+      }
+      return text;
+    };
+    EXPECT_EQ(r.exitCode, row.code) << "signal " << r.signal;
+    EXPECT_EQ(r.out, withStore(row.out));
+    EXPECT_EQ(r.err, withStore(row.err));
+    row.check(store);
   }
 }
 

@@ -7,7 +7,7 @@
 #include <set>
 
 #include "core/message_language.h"
-#include "models/file_lock.h"
+#include "platform/platform.h"
 #include "models/format_bytes.h"
 #include "models/free_space.h"
 #include "tests/support/model_server.h"
@@ -324,7 +324,7 @@ TEST_F(ModelStoreTest, RemovalDeletesPackageMarkerAndPartOnly) {
   test::writeFile(part("f"), "123");
   test::writeFile(part("g"), "456");
   {
-    const FileLock downloading(modelDir() / ".downloads" / "f.lock");
+    const platform::FileLock downloading(modelDir() / ".downloads" / "f.lock");
     EXPECT_FALSE(s->remove("f", error));
     EXPECT_EQ(error, "This model is being downloaded right now.");
     EXPECT_TRUE(fs::exists(part("f")));

@@ -4,6 +4,8 @@
 #include <archive.h>
 #include <archive_entry.h>
 
+#include <locale.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <system_error>
@@ -30,11 +32,19 @@ ZipEntry zipLink(std::string name, std::string target) {
   return {std::move(name), std::move(target), ZipEntry::Kind::Link, 0777};
 }
 
-void writeZip(const std::filesystem::path& file, const std::vector<ZipEntry>& entries) {
+void writeZip(const std::filesystem::path& file, const std::vector<ZipEntry>& entries,
+              ZipForm form) {
   std::error_code ec;
   std::filesystem::create_directories(file.parent_path(), ec);
+  // libarchive flags non-ASCII names as UTF-8 when it writes in a UTF-8 locale.
+  const locale_t utf8 =
+      form.utf8Names ? newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t{}) : locale_t{};
+  const locale_t previous = utf8 != locale_t{} ? uselocale(utf8) : locale_t{};
   archive* writer = archive_write_new();
   archive_write_set_format_zip(writer);
+  if (form.stored && archive_write_set_options(writer, "zip:compression=store") != ARCHIVE_OK) {
+    die(writer, "store");
+  }
   if (archive_write_open_filename(writer, file.c_str()) != ARCHIVE_OK) die(writer, file.string());
   for (const ZipEntry& e : entries) {
     archive_entry* entry = archive_entry_new();
@@ -63,6 +73,10 @@ void writeZip(const std::filesystem::path& file, const std::vector<ZipEntry>& en
   }
   if (archive_write_close(writer) != ARCHIVE_OK) die(writer, "close");
   archive_write_free(writer);
+  if (utf8 != locale_t{}) {
+    uselocale(previous);
+    freelocale(utf8);
+  }
 }
 
 }  // namespace velko::test
