@@ -115,12 +115,18 @@ void KVScrollArea::resizeEvent(QResizeEvent* event) {
 
 KVButton::KVButton(QWidget* parent) : QAbstractButton(parent) {
   setAttribute(Qt::WA_Hover);
+  setMouseTracking(true);       // moves arrive without a pressed button: they set the hover look
   setFocusPolicy(Qt::NoFocus);  // the window is used with the pointer alone
 }
 
-void KVButton::enterEvent(QEnterEvent*) {
-  _hovering = true;
-  update();
+// Qt also sends an enter event to a button made under a pointer that rests; the screens are
+// rebuilt up to ten times a second during a download, so only a real move sets the hover look.
+void KVButton::mouseMoveEvent(QMouseEvent* event) {
+  if (!_hovering && rect().contains(event->position().toPoint())) {
+    _hovering = true;
+    update();
+  }
+  QAbstractButton::mouseMoveEvent(event);
 }
 
 void KVButton::leaveEvent(QEvent*) {

@@ -87,18 +87,17 @@ enum KVButtonStyle : int64_t {
   KVButtonStyleText = 2,       // text only, aligned left
 };
 
-// A button drawn by hand in one of the three styles; it follows the pointer for its hover look.
+// A button drawn by hand in one of the three styles; it follows the pointer for its hover look,
+// which starts off in every new button and comes on with the pointer's first move over it.
 class KVButton : public QAbstractButton {
   Q_OBJECT
  public:
   explicit KVButton(QWidget* parent = nullptr);
   int64_t style() const { return _style; }
   void setStyle(int64_t style) { _style = style; }
-  bool hovering() const { return _hovering; }
-  void setHovering(bool hovering) { _hovering = hovering; }
 
  protected:
-  void enterEvent(QEnterEvent* event) override;
+  void mouseMoveEvent(QMouseEvent* event) override;
   void leaveEvent(QEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
 
