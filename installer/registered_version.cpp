@@ -43,11 +43,8 @@ bool photoshopRunning() {
 }
 
 int askPhotoshopToQuit() {
-  int asked = 0;
-  for (const int pid : plugin_export::photoshopProcessIds()) {
-    if (platform::askOwnProcessToQuit(pid)) ++asked;
-  }
-  return asked;
+  // Wider than the running check on purpose: any application with the word in its name is asked.
+  return platform::askApplicationsToQuit("com.adobe.Photoshop", "Photoshop");
 }
 
 }  // namespace velko::installer

@@ -1,8 +1,7 @@
 // The seam to the operating system: every system call of the installer goes through these
-// functions. Only the Linux implementation exists (platform_linux.cpp); a macOS port adds one
-// source of its own that provides every function below with the same contracts (proc_listpids,
-// CFPropertyList, NSLocale, NSBundle, renamex_np with RENAME_SWAP, _NSGetExecutablePath, and a
-// zip extraction such as /usr/bin/ditto) and is chosen in platform/CMakeLists.txt.
+// functions. platform_posix.cpp holds what every POSIX system shares; platform_linux.cpp and
+// platform_macos.mm each provide the rest with the same contracts, chosen in
+// platform/CMakeLists.txt.
 #pragma once
 
 #include <cstdint>
@@ -137,9 +136,12 @@ bool exchangePaths(const std::filesystem::path& a, const std::filesystem::path& 
 
 namespace velko::platform {
 
-// Asks process `pid` politely to quit (SIGTERM), but only when it belongs to the user running the
-// installer, so that not even a run as root reaches another user's program. Does not wait.
-// False when the process is another user's, has ended, or the signal could not be sent.
-bool askOwnProcessToQuit(int pid);
+// Asks every running application of the current user that matches to quit politely, and returns
+// how many were asked; never waits. An application matches when its bundle identifier begins with
+// `bundleIdPrefix`, or else when its name contains `nameWord` (both case-sensitive). Where
+// processes carry no bundle identifier (Linux), the name alone decides and the request is SIGTERM
+// to processes of the real user, so that not even a run as root reaches another user's program.
+// 0 when nothing matched or no request could be sent.
+int askApplicationsToQuit(std::string_view bundleIdPrefix, std::string_view nameWord);
 
 }  // namespace velko::platform

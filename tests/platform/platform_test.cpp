@@ -32,29 +32,31 @@ TEST(ProcessTable, ShortNameCutAt32BytesWhileTheProcessLives) {
   EXPECT_EQ(processShortName(ended), std::nullopt);
 }
 
-// The quit request reaches the user's own process and never another user's, even from root.
+// The quit request reaches the user's own matching process and never another user's, even from
+// root. The names are unique to this test, since suites run in parallel.
 TEST(ProcessTable, QuitRequestSparesOtherUsersProcesses) {
   test::TempDir dir;
-  test::FakeProcess own(dir / "own", "sleeper");
-  EXPECT_FALSE(askOwnProcessToQuit(0));
-  EXPECT_TRUE(askOwnProcessToQuit(own.pid()));
+  test::FakeProcess own(dir / "own", "velko-quit-own");
+  EXPECT_EQ(askApplicationsToQuit("", ""), 0) << "an empty word matches nothing";
+  EXPECT_EQ(askApplicationsToQuit("", "velko-quit-own"), 1);
   int status = 0;
   ASSERT_EQ(waitpid(own.pid(), &status, 0), own.pid());
   EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
-  EXPECT_FALSE(askOwnProcessToQuit(own.pid())) << "an ended process";
+  EXPECT_EQ(askApplicationsToQuit("", "velko-quit-own"), 0) << "an ended process";
 
   if (getuid() != 0) GTEST_SKIP() << "another user's process needs root to start";
   fs::permissions(dir.path(),
                   fs::perms::owner_all | fs::perms::group_exec | fs::perms::others_exec);
-  fs::copy_file("/bin/sleep", dir / "sleeper");
-  const pid_t other = test::startProcess({"/usr/bin/setpriv", "--reuid=65534", "--regid=65534",
-                                          "--clear-groups", (dir / "sleeper").string(), "300"});
+  fs::copy_file("/bin/sleep", dir / "velko-quit-other");
+  const pid_t other =
+      test::startProcess({"/usr/bin/setpriv", "--reuid=65534", "--regid=65534", "--clear-groups",
+                          (dir / "velko-quit-other").string(), "300"});
   // setpriv keeps its pid when it becomes the sleeper; wait until it has.
-  while (processShortName(other) != "sleeper") {
+  while (processShortName(other) != "velko-quit-other") {
     ASSERT_EQ(waitpid(other, &status, WNOHANG), 0) << "setpriv ended early";
     usleep(1000);
   }
-  EXPECT_FALSE(askOwnProcessToQuit(other));
+  EXPECT_EQ(askApplicationsToQuit("", "velko-quit-other"), 0);
   EXPECT_EQ(kill(other, 0), 0) << "the other user's process must still run";
   kill(other, SIGKILL);
   waitpid(other, &status, 0);
