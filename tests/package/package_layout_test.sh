@@ -12,8 +12,8 @@ fail() {
   exit 1
 }
 
-if ! cpack --config "$build/CPackConfig.cmake" -G TGZ -B "$scratch/out" >"$scratch/cpack.log" 2>&1; then
-  cat "$scratch/cpack.log" >&2
+if ! cpack --config "$build/CPackConfig.cmake" -G TGZ -B "$scratch/out" >"$scratch/log" 2>&1; then
+  cat "$scratch/log" >&2
   fail "cpack"
 fi
 shopt -s nullglob
@@ -26,7 +26,8 @@ tar -xzf "${tarballs[0]}" -C "$scratch/unpacked"
 top=$scratch/unpacked/$(basename "${tarballs[0]}" .tar.gz)
 [ -d "$top" ] || fail "no folder $(basename "$top") in the tarball: $(ls "$scratch/unpacked")"
 entries=$(cd "$top" && find . -maxdepth 3 | LC_ALL=C sort | tr '\n' ' ')
-expected=". ./Contents ./Contents/Resources ./Contents/Resources/Fonts ./Contents/Resources/Plugin ./velko-installer "
+expected=". ./Contents ./Contents/Resources ./Contents/Resources/Fonts"
+expected+=" ./Contents/Resources/Plugin ./velko-installer "
 [ "$entries" = "$expected" ] || fail "top of the package: '$entries', expected '$expected'"
 [ -x "$top/velko-installer" ] || fail "velko-installer is not executable"
 for face in Lato-Regular.ttf Lato-Bold.ttf; do
