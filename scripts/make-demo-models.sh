@@ -23,7 +23,9 @@ printf '{"name":"demo-segment","layers":3}\n' >"$package/model.json"
 for i in 1 2 3; do
   head -c $((40000 * i)) /dev/zero | tr '\0' "$i" >"$package/weights/layer$i.bin"
 done
-installed=$(du -sb "$package" | cut -f1)
+# The bytes of the package's files: the same on every file system (du would add folder sizes that
+# differ between them, and a Mac's du has no -b to count bytes).
+installed=$(find "$package" -type f -exec cat {} + | wc -c | tr -d ' ')
 find "$package" -exec touch -d 2026-01-01T00:00:00Z {} +
 (cd "$scratch" && zip -q -X -r "$out/demo-segment.zip" demo-segment.mlmodelc)
 printf 'Velko demo style table, next generation\n%.0s' $(seq 2000) >"$out/demo-future.bin"

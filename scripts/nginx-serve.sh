@@ -12,7 +12,18 @@
 # as "<request line> <status> <Range header> <body bytes sent>", for benchmarks that count bytes.
 set -euo pipefail
 
-NGINX=${NGINX:-/usr/sbin/nginx}
+# Debian's nginx lives in /usr/sbin, which a user's PATH may lack; Homebrew's is on the PATH.
+if [[ -z ${NGINX:-} ]]; then
+  NGINX=/usr/sbin/nginx
+  [[ -x $NGINX ]] || NGINX=$(command -v nginx || echo nginx)
+fi
+# A Mac's own openssl is LibreSSL; Homebrew's OpenSSL makes the certificate as Debian's does.
+if [[ -z ${OPENSSL:-} ]]; then
+  OPENSSL=openssl
+  for candidate in /opt/homebrew/opt/openssl@3/bin/openssl /usr/local/opt/openssl@3/bin/openssl; do
+    if [[ -x $candidate ]]; then OPENSSL=$candidate && break; fi
+  done
+fi
 
 die() {
   echo "nginx-serve.sh: $*" >&2
@@ -36,7 +47,7 @@ free_port() {
 
 make_certificate() {
   local state=$1
-  openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2 \
+  "$OPENSSL" req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2 \
     -subj /CN=127.0.0.1 -addext subjectAltName=IP:127.0.0.1 \
     -keyout "$state/key.pem" -out "$state/cert.pem" >/dev/null 2>&1 ||
     die "openssl could not make a certificate in $state"
@@ -87,18 +98,30 @@ http {
 CONF
 }
 
+# The short name of process <pid>: /proc on Linux, ps where there is no /proc (a Mac).
+process_name() {
+  if [[ -d /proc/self ]]; then
+    cat "/proc/$1/comm" 2>/dev/null
+  else
+    local command
+    command=$(ps -p "$1" -o comm= 2>/dev/null) || return 0
+    echo "${command##*/}"
+  fi
+}
+
 # The pid in <state>/server.pid if that process is still our nginx.
 running_pid() {
   local state=$1 pid
   [[ -f $state/server.pid ]] || return 1
   pid=$(<"$state/server.pid")
   [[ $pid =~ ^[0-9]+$ ]] || return 1
-  [[ $(cat "/proc/$pid/comm" 2>/dev/null) == nginx ]] || return 1
+  [[ $(process_name "$pid") == nginx ]] || return 1
   echo "$pid"
 }
 
 start() {
-  local root=$1 state=$2 https=$3 scheme=http port pid
+  local root=$1 state=$2 https=$3 scheme=http port pid setsid=""
+  command -v setsid >/dev/null && setsid=setsid
   [[ $https == yes ]] && scheme=https
   mkdir -p "$state"
   if pid=$(running_pid "$state"); then
@@ -110,7 +133,8 @@ start() {
     port=$(free_port)
     write_config "$root" "$state" "$port" "$https"
     state=$(absolute "$state")
-    setsid "$NGINX" -p "$state" -c "$state/nginx.conf" -e "$state/logs/error.log" \
+    # In a session of its own where setsid exists (not on a Mac), so a terminal's signals miss it.
+    $setsid "$NGINX" -p "$state" -c "$state/nginx.conf" -e "$state/logs/error.log" \
       </dev/null >>"$state/logs/stdout.log" 2>&1 &
     pid=$!
     echo "$pid" >"$state/server.pid"

@@ -7,7 +7,8 @@ set -uo pipefail
 build=$1
 shift
 log=$build/ctest-last.log
-ctest --test-dir "$build" --output-on-failure --parallel "$(nproc)" "$@" 2>&1 | tee "$log"
+ctest --test-dir "$build" --output-on-failure --parallel "$(getconf _NPROCESSORS_ONLN)" "$@" 2>&1 |
+  tee "$log"
 status=${PIPESTATUS[0]}
 summary=$(grep -E '^[0-9]+% tests passed' "$log" | tail -n1)
 echo "${summary:-no tests ran (ctest exit status $status)}"

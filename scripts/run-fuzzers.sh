@@ -7,7 +7,12 @@ set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 build=${1:-$root/build-fuzz}
 seconds=${VELKO_FUZZ_SECONDS:-60}
-jobs=${VELKO_FUZZ_JOBS:-$(nproc)}
+jobs=${VELKO_FUZZ_JOBS:-$(getconf _NPROCESSORS_ONLN)}
+
+if [ "$(uname -s)" = Darwin ]; then
+  echo "== fuzzing skipped: Apple's clang has no libFuzzer runtime; the fuzzers run on Linux"
+  exit 0
+fi
 
 command -v clang++ >/dev/null || { echo "clang++ is needed (scripts/install-deps.sh)" >&2; exit 1; }
 CC=clang CXX=clang++ cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \

@@ -80,13 +80,20 @@ TEST_F(CliTest, ErrorLinesAndExitCodes) {
       {{"--plugin", found, "--cli", "install"}, {}, 1, formatEn},
       {{"--plugin", found, "--cli", "uninstall"}, kGerman, 1, formatDe},
   };
+  bool germanLeftOut = false;
   for (const auto& c : cases) {
     SCOPED_TRACE(::testing::PrintToString(c.args));
+    if (c.err == formatDe && !onLinux()) {
+      germanLeftOut = true;
+      continue;
+    }
     const ProcessResult r = run(c.args, c.env);
     EXPECT_EQ(r.exitCode, c.code);
     EXPECT_EQ(r.out, "");
     EXPECT_EQ(r.err, c.err);
   }
+  // A Mac's language comes from its settings (NSLocale), which no variable of a child changes.
+  if (germanLeftOut) GTEST_SKIP() << "rows that expect German from LANG: Linux only";
 }
 
 // "--cli" without a word opens the window like a line without "--cli"; that one, and --auto, are

@@ -34,7 +34,12 @@ TEST_F(CliTest, ActionsAreRefusedUnlessOverridden) {
     const char* err;
   } cases[] = {{"install", {}, "error: Photoshop is running, quit it first\n"},
                {"uninstall", kGerman, "Fehler: Photoshop läuft, bitte zuerst beenden\n"}};
+  bool germanLeftOut = false;
   for (const auto& c : cases) {
+    if (c.env == kGerman && !onLinux()) {
+      germanLeftOut = true;
+      continue;
+    }
     const ProcessResult r = runWithPackage({"--cli", c.word}, c.env);
     EXPECT_EQ(r.exitCode, 3);
     EXPECT_EQ(r.out, "");
@@ -44,6 +49,8 @@ TEST_F(CliTest, ActionsAreRefusedUnlessOverridden) {
   const ProcessResult removed = runWithPackage({"--cli", "uninstall", "--ignore-photoshop"});
   EXPECT_EQ(removed.out, "uninstalled previous=1.2.0\n");
   EXPECT_EQ(removed.err, "");
+  // A Mac's language comes from its settings (NSLocale), which no variable of a child changes.
+  if (germanLeftOut) GTEST_SKIP() << "rows that expect German from LANG: Linux only";
 }
 
 }  // namespace

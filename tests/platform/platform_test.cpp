@@ -24,17 +24,28 @@ TEST(ProcessTable, ShortNameCutAt32BytesWhileTheProcessLives) {
   };
   test::TempDir dir;
   int ended = 0;
+  bool cutRowsLeftOut = false;
   for (const auto& [executable, shortName] : cases) {
+    // proc_name on a Mac ends the name after 31 bytes (the kernel's pbi_name holds a NUL).
+    if (!test::onLinux() && executable.size() > 31) {
+      cutRowsLeftOut = true;
+      continue;
+    }
     test::FakeProcess child(dir.path(), executable);
     EXPECT_EQ(processShortName(child.pid()), shortName) << executable;
     ended = child.pid();
   }
   EXPECT_EQ(processShortName(ended), std::nullopt);
+  if (cutRowsLeftOut) GTEST_SKIP() << "names of 32 bytes and more: proc_name keeps 31";
 }
 
 // The quit request reaches the user's own matching process and never another user's, even from
 // root. The names are unique to this test, since suites run in parallel.
 TEST(ProcessTable, QuitRequestSparesOtherUsersProcesses) {
+  if (!test::onLinux()) {
+    GTEST_SKIP() << "SIGTERM by pid and setpriv are Linux's; a Mac asks applications to quit "
+                    "through NSWorkspace";
+  }
   test::TempDir dir;
   test::FakeProcess own(dir / "own", "velko-quit-own");
   EXPECT_EQ(askApplicationsToQuit("", ""), 0) << "an empty word matches nothing";
@@ -150,6 +161,7 @@ TEST(WriteNewFile, NeverWritesThroughAnExistingName) {
 }
 
 TEST(PreferredLanguage, FirstNonEmptyVariableInOrderWins) {
+  if (!test::onLinux()) GTEST_SKIP() << "a Mac's language comes from NSLocale, not from variables";
   using Value = std::optional<std::string>;
   const struct {
     Value language, lcAll, lcMessages, lang, expected;

@@ -1,4 +1,4 @@
-// Debian's nginx as a test's own child; its configuration comes from scripts/nginx-serve.sh.
+// The system's nginx as a test's own child; its configuration comes from scripts/nginx-serve.sh.
 #include "tests/support/nginx_server.h"
 
 #include <arpa/inet.h>
@@ -16,7 +16,7 @@
 namespace velko::test {
 namespace {
 
-constexpr const char* kNginx = "/usr/sbin/nginx";
+constexpr const char* kNginx = VELKO_NGINX;
 
 sockaddr_in loopback(int port) {
   sockaddr_in address{};

@@ -72,6 +72,10 @@ pid_t spawn(const std::vector<std::string>& argv,
 
 }  // namespace
 
+bool onLinux() {
+  return VELKO_TEST_ON_LINUX;
+}
+
 TempDir::TempDir() {
   std::string pattern = (fs::temp_directory_path() / "velko-test-XXXXXX").string();
   if (mkdtemp(pattern.data()) == nullptr) die("mkdtemp");

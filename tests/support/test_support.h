@@ -11,6 +11,11 @@
 
 namespace velko::test {
 
+// True when the suites run on Linux. A test that needs what only Linux has (/proc, a tmpfs mount,
+// fontconfig, an X server, the locale variables as the system's language, SIGTERM as the quit
+// request) skips elsewhere with its reason, through this rather than a test of the system.
+bool onLinux();
+
 // A fresh folder under the system's temp folder, removed with everything in it on destruction.
 class TempDir {
  public:

@@ -274,6 +274,7 @@ TEST(WindowPictures, ModelsScreenWithAListInBothLanguages) {
 
 // The program on a real X server: no --cli word opens the window, which draws and quits.
 TEST(WindowPictures, RealWindowUnderXvfb) {
+  if (!onLinux()) GTEST_SKIP() << "Xvfb and Qt's xcb platform are Linux's";
   Scene scene;
   scene.addPhotoshop("Adobe Photoshop 2025", "26.1");
   const QImage image =
