@@ -1,4 +1,6 @@
-// DRAFT, in no CMake target yet: the macOS half of the operating-system seam (platform/platform.h).
+// The macOS half of the operating-system seam (platform/platform.h), chosen by
+// platform/CMakeLists.txt on Apple systems. Written against Apple's documentation; it has not been
+// compiled on a Mac yet (see the README's macOS section).
 //
 // It holds only what differs from Linux: the process table (proc_listpids, proc_name), Info.plist
 // (Core Foundation), the language (NSLocale), the executable and its bundle (_NSGetExecutablePath,
@@ -6,6 +8,7 @@
 // (F_FULLFSYNC) and the quit request (NSWorkspace). Reading, writing, locking and free space live
 // in the POSIX source that both systems compile. Each Apple interface is named where it is called.
 #include "platform/platform.h"
+#include "platform/posix_internal.h"
 #include "platform/property_list_nesting.h"
 
 #import <AppKit/AppKit.h>
@@ -33,9 +36,6 @@
 extern char** environ;
 
 namespace velko::platform {
-
-// Declared for the POSIX source in the seam's private header; repeated here until that exists.
-void flushFileData(int fd);
 
 namespace {
 namespace fs = std::filesystem;
@@ -276,11 +276,12 @@ bool exchangePaths(const std::filesystem::path& a, const std::filesystem::path& 
   return renamex_np(a.c_str(), b.c_str(), RENAME_SWAP) == 0;
 }
 
-void flushFileData(int fd) {
+int flushFileData(int fd) {
   // fsync only hands the data to the drive, which may keep it in its cache past a power cut;
   // fcntl F_FULLFSYNC asks the drive to write it out. File systems without it refuse it, and then
   // fsync is the most there is.
-  if (fcntl(fd, F_FULLFSYNC) == -1) fsync(fd);
+  if (fcntl(fd, F_FULLFSYNC) != -1) return 0;
+  return fsync(fd) == 0 ? 0 : errno;
 }
 
 int askApplicationsToQuit(std::string_view bundleIdPrefix, std::string_view nameWord) {
