@@ -204,7 +204,7 @@ TEST_F(HostileDiskTest, ModelRoadKeepsToTheModelFolderAndSeesEveryFailedWrite) {
   std::string badCrc = zipBytes(dir_ / "crc.zip", {zipFile("c.mlmodelc/w.bin", "weights-weights")},
                                 {.stored = true});
   badCrc[badCrc.find("weights-weights")] = 'W';
-  const std::string utf8Name = "Gewichte-\xc3\xbc.bin", oldArchiverName = "Gr\x94\xe1e.bin";
+  const std::string utf8Name = "Gewichte-\xc3\xbc.bin", oldArchiverName = "Gr\x94\xe1" "e.bin";
 
   struct Row {
     const char* name;
