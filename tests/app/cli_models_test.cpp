@@ -152,6 +152,8 @@ TEST_F(CliModelsTest, FailureMessagesInBothLanguages) {
     EXPECT_NE(r.path, "/m/huge.bin");
     EXPECT_NE(r.path, "/m/new.bin");
   }
+  // A model fetched from an absolute address keeps its empty part inside the model folder.
+  EXPECT_TRUE(fs::is_regular_file(models() / ".downloads" / "off.bin.part"));
 }
 
 TEST_F(CliModelsTest, FetchResumeRemoveAndBatchLines) {

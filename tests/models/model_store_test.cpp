@@ -178,6 +178,7 @@ TEST_F(ModelStoreTest, BadServerAnswersLeaveAGoodCache) {
   ASSERT_TRUE(cached->loadCachedList().ok);
   sigText[0] = sigText[0] == '0' ? '1' : '0';
   const test::HttpRoute notFound{HttpMode::Status, "", 0, 404}, badSig{HttpMode::Serve, sigText},
+      largest{HttpMode::Serve, std::string(4194304, ' ')},
       tooLarge{HttpMode::Serve, std::string(4194305, ' ')};
   const struct {
     const char* path;
@@ -186,6 +187,8 @@ TEST_F(ModelStoreTest, BadServerAnswersLeaveAGoodCache) {
   } rows[] = {
       {"/m/models.json.sig", notFound, "Model list not reachable (HTTP 404)."},
       {"/m/models.json.sig", badSig, "Model list: invalid signature – the list is not used."},
+      // 4 MiB exactly still arrives whole, and only its signature refuses it.
+      {"/m/models.json", largest, "Model list: invalid signature – the list is not used."},
       {"/m/models.json", tooLarge, "Model list not reachable ()."},
       {"/m/models.json", notFound, "Model list not reachable (HTTP 404)."},
   };
