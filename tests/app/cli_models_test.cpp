@@ -157,8 +157,10 @@ TEST_F(CliModelsTest, FailureMessagesInBothLanguages) {
 }
 
 TEST_F(CliModelsTest, FetchResumeRemoveAndBatchLines) {
-  server_.publish({fileModel("a", kBytes), fileModel("b", kBytes), fileModel("c", kBytes)},
-                  {kBytes, kBytes, kBytes});
+  // Needing exactly this application's version still counts as compatible, so "a" is due.
+  json a = fileModel("a", kBytes);
+  a["min_velko"] = "1.0.0";
+  server_.publish({a, fileModel("b", kBytes), fileModel("c", kBytes)}, {kBytes, kBytes, kBytes});
   server_.http.route("/m/b.bin", {HttpMode::CloseAfter, kBytes, 40});
   server_.http.serve("/m/c.bin", std::string(100, 'x'));
 
