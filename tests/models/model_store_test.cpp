@@ -1,12 +1,14 @@
-// The model store on a real model folder and a loopback server: queries, list cache, the
-// resumable download against every fault the server can show, the install step and removal.
+// The model store where the command line and the window do not reach: odd disks, bad list and
+// file answers, hostile archives and the slow swap, on a real folder and a loopback server.
 #include "models/model_store.h"
 
 #include <gtest/gtest.h>
 
+#include <set>
+
 #include "core/message_language.h"
-#include "models/format_bytes.h"
 #include "models/free_space.h"
+#include "models/package_install.h"
 #include "tests/support/model_server.h"
 #include "tests/support/test_support.h"
 #include "tests/support/zip_archive.h"
@@ -16,297 +18,256 @@ namespace {
 
 namespace fs = std::filesystem;
 using test::HttpMode;
+using test::zipFile;
+using test::zipLink;
 using Env = std::map<std::string, std::optional<std::string>>;
-
-// 1000 bytes that differ at every position mod 251, so a shifted or joined file shows.
-std::string modelBytes(char salt = 0) {
-  std::string bytes(1000, '\0');
-  for (size_t i = 0; i < bytes.size(); ++i)
-    bytes[i] = static_cast<char>(i % 251 + salt);
-  return bytes;
-}
 
 class ModelStoreTest : public ::testing::Test {
  protected:
-  ModelStoreTest()
-      : env_(Env{{"HOME", (dir_ / "home").string()},
-                 {"VELKO_MODEL_STORE", std::nullopt},
-                 {"VELKO_MODEL_DIR", (dir_ / "outside").string()},
-                 {"VELKO_MODEL_LIST_URL", std::nullopt}}) {
-    core::setMessageLocale(core::MessageLocale::English);
-  }
-  ~ModelStoreTest() override { core::setMessageLocale(core::MessageLocale::German); }
+  ModelStoreTest() { core::setMessageLocale(core::MessageLocale::English); }
 
-  fs::path modelDir() const { return dir_ / "models"; }
-  fs::path part(const std::string& id) const {
-    return modelDir() / ".downloads" / (id + ".bin.part");
-  }
-
+  fs::path part(const std::string& id) const { return models_ / ".downloads" / (id + ".bin.part"); }
   // A store on the test's folder that trusts the development key; `refresh` loads the served list.
   std::unique_ptr<ModelStore> store(bool refresh = true) {
     ModelStore::Options options;
-    options.modelDir = modelDir().string();
+    options.modelDir = models_;
     options.listUrl = server_.listUrl();
     options.publicKey = test::developmentPublicKey();
     auto made = std::make_unique<ModelStore>(options);
-    if (refresh) {
-      EXPECT_EQ(made->refreshList({}).error, "");
-    }
+    EXPECT_EQ(refresh ? made->refreshList({}).error : "", "");
     return made;
   }
 
-  // The Range headers of the requests for `file`, in order ("" for a request without one).
-  std::vector<std::string> rangesFor(const std::string& file) const {
-    std::vector<std::string> ranges;
-    for (const test::RecordedRequest& r : server_.http.requests()) {
-      if (r.path == "/m/" + file) ranges.push_back(r.range);
-    }
-    return ranges;
-  }
-
   test::TempDir dir_;
-  test::ScopedEnv env_;
+  test::IsolatedHome home_{dir_.path()};  // the locator's places lie in the test's folder
+  const fs::path models_ = dir_ / "models";
   test::ModelServer server_;
+  // 1000 bytes that differ at every position mod 251, so a shifted or joined file shows.
+  const std::string bytes_ = [] {
+    std::string bytes(1000, '\0');
+    for (size_t i = 0; i < bytes.size(); ++i)
+      bytes[i] = static_cast<char>(i % 251);
+    return bytes;
+  }();
 };
 
-TEST(FormatBytes, DecimalUnitsAndTheCallersSeparator) {
-  const struct {
-    unsigned long long bytes;
-    const char* english;
-    const char* german;
-  } rows[] = {
-      {0, "0.0 KB", "0,0 KB"},          {1500, "1.5 KB", "1,5 KB"},
-      {12000, "12 KB", "12 KB"},        {999999, "1000 KB", "1000 KB"},
-      {1000000, "1.0 MB", "1,0 MB"},    {250000000, "250 MB", "250 MB"},
-      {1000000000, "1.0 GB", "1,0 GB"}, {12400000000ULL, "12 GB", "12 GB"},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.bytes);
-    EXPECT_EQ(formatBytes(row.bytes, true), row.english);
-    EXPECT_EQ(formatBytes(row.bytes, false), row.german);
+// The free bytes that just suffice beyond the margin; one byte less does not. A resume needs its
+// offset less; an archive without installed_size counts its size twice.
+TEST(FreeSpace, ExactNeedPassesAndOneByteLessFails) {
+  using K = ModelKind;
+  // Kind, installed_size and offset of a model of 1000 bytes, and the need beyond the margin.
+  const std::tuple<ModelKind, uint64_t, uint64_t, uint64_t> needs[] = {
+      {K::File, 0, 400, 600},
+      {K::CoreML, 0, 0, 2000},
+      {K::CoreML, 5000, 0, 6000},
+      {K::CoreML, 5000, 1000, 5000}};
+  ModelEntry entry;
+  for (const auto& [kind, installed, offset, needed] : needs) {
+    entry.kind = kind;
+    entry.size = 1000;
+    entry.installed_size = installed;
+    EXPECT_TRUE(enoughSpace(kFreeSpaceMargin + needed, entry, offset)) << needed;
+    EXPECT_FALSE(enoughSpace(kFreeSpaceMargin + needed - 1, entry, offset)) << needed;
   }
+  entry.size = entry.installed_size = UINT64_MAX;
+  EXPECT_FALSE(enoughSpace(UINT64_MAX - 1, entry, 0)) << "the need must not wrap round";
 }
 
-TEST(FreeSpace, ExactBoundaryPassesAndOneByteLessFails) {
-  ModelEntry file;
-  file.kind = ModelKind::File;
-  file.size = 1000;
-  ModelEntry coreml = file;
-  coreml.kind = ModelKind::CoreML;
-  ModelEntry unpacksLarger = coreml;
-  unpacksLarger.installed_size = 5000;
-  const struct {
-    const ModelEntry& entry;
-    uint64_t offset;
-    uint64_t needed;
-  } rows[] = {
-      {file, 0, 1000},          {file, 400, 600},  // a resume needs its offset less
-      {coreml, 0, 2000},                           // no installed_size: the size counts twice
-      {unpacksLarger, 0, 6000}, {unpacksLarger, 1000, 5000},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.needed);
-    EXPECT_TRUE(enoughSpace(kFreeSpaceMargin + row.needed, row.entry, row.offset));
-    EXPECT_FALSE(enoughSpace(kFreeSpaceMargin + row.needed - 1, row.entry, row.offset));
+TEST_F(ModelStoreTest, QueriesAndRemovalKeepToWhatTheFolderHolds) {
+  server_.publish({test::fileModel("f", bytes_), test::coremlModel("c", "zip")}, {bytes_, "zip"});
+  // A file of the package's name is no compiled model; a copy the locator finds outside is
+  // offered no update, whatever the marker says.
+  auto s = store();
+  test::writeFile(models_ / "c.mlmodelc", "not a folder");
+  test::writeFile(models_ / ".installed/c.json", R"({"sha256":"old"})");
+  EXPECT_EQ(s->state("c"), ModelState::Absent);
+  const test::ScopedEnv outside(Env{{"VELKO_MODEL_DIR", (dir_ / "outside").string()}});
+  fs::create_directories(dir_ / "outside/c.mlpackage");
+  EXPECT_EQ(s->state("c"), ModelState::Elsewhere);
+  EXPECT_FALSE(s->updateAvailable("c"));
+  // A marker that cannot be read as an object offers nothing; one without a checksum does.
+  ASSERT_TRUE(s->fetch("f", {}, {}).ok);
+  for (const auto& [marker, update] : {std::pair{"{", false}, {"[1]", false}, {"{}", true}}) {
+    test::writeFile(models_ / ".installed/f.json", marker);
+    EXPECT_EQ(s->updateAvailable("f"), update) << marker;
   }
-  coreml.size = coreml.installed_size = UINT64_MAX;
-  EXPECT_FALSE(enoughSpace(UINT64_MAX - 1, coreml, 0)) << "the need must not wrap round";
+  // Removal takes package, marker and the model's own part; a part alone goes, yet is no model.
+  test::writeFile(part("f"), "123");
+  test::writeFile(models_ / ".downloads/c.zip.part", "456");
+  std::string error;
+  EXPECT_TRUE(s->remove("f", error)) << error;
+  for (const fs::path& gone : {models_ / "f.bin", part("f"), models_ / ".installed/f.json"})
+    EXPECT_FALSE(fs::exists(gone)) << gone;
+  EXPECT_EQ(s->partialBytes("c") + s->partialBytes("x"), 3u) << "an unlisted id has no part";
+  test::writeFile(part("f"), "123");
+  EXPECT_FALSE(s->remove("f", error));
+  EXPECT_EQ(error, "This model is not in the model folder.");
+  EXPECT_FALSE(fs::exists(part("f")));
+  // An empty VELKO_MODEL_LIST_URL counts as unset.
+  const test::ScopedEnv empty(Env{{"VELKO_MODEL_LIST_URL", ""}});
+  EXPECT_TRUE(ModelStore({}).options().listUrl.ends_with("/models.json"));
 }
 
-TEST_F(ModelStoreTest, QueriesAnswerFromDiskAndList) {
-  const std::string bytes = modelBytes();
-  server_.publish({test::fileModel("f", bytes), test::coremlModel("c", "zip")}, {bytes, "zip"});
-
-  // Before any list: the fallback name, and a folder of that name counts, file sizes summed.
-  auto unlisted = store(false);
-  test::writeFile(modelDir() / "x.mlmodelc" / "a", "12345");
-  test::writeFile(modelDir() / "x.mlmodelc" / "sub" / "b", "678");
-  EXPECT_EQ(unlisted->packageNameFor("x"), "x.mlmodelc");
-  EXPECT_EQ(unlisted->state("x"), ModelState::InStore);
-  EXPECT_EQ(unlisted->installedBytes("x"), 8u);
-  EXPECT_EQ(unlisted->list().format, 0);
-
-  auto listed = store();
-  EXPECT_EQ(listed->state("c"), ModelState::Absent);
-  // A copy the locator finds outside is neither counted nor offered an update, and a file of the
-  // package's name in the store is no compiled model.
-  fs::create_directories(dir_ / "outside" / "c.mlpackage");
-  test::writeFile(modelDir() / "c.mlmodelc", "not a folder");
-  EXPECT_EQ(listed->state("c"), ModelState::Elsewhere);
-  EXPECT_FALSE(listed->updateAvailable("c"));
-
-  test::writeFile(part("f"), "");
-  EXPECT_EQ(listed->partialBytes("f"), 0u);
-  test::writeFile(part("f"), "12345");
-  EXPECT_EQ(listed->partialBytes("f"), 5u);
-  EXPECT_EQ(listed->partialBytes("x"), 0u) << "an unlisted id has no known part";
-  test::writeFile(modelDir() / "f.bin", bytes);
-
-  const fs::path marker = modelDir() / ".installed" / "f.json";
-  const struct {
-    std::optional<std::string> marker;  // nothing: no marker file
-    bool update;
-  } markers[] = {
-      {std::nullopt, false},
-      {R"({"sha256":")" + test::sha256Hex(bytes) + R"(","version":"0.1"})", false},
-      {R"({"sha256":")" + std::string(64, 'a') + R"(","version":"1.0"})", true},
-      {R"({"version":"1.0"})", true},
-      {"{", false},
-      {"[1]", false},
-  };
-  for (const auto& row : markers) {
-    SCOPED_TRACE(row.marker.value_or("no marker"));
-    fs::remove(marker);
-    if (row.marker) test::writeFile(marker, *row.marker);
-    EXPECT_EQ(listed->updateAvailable("f"), row.update);
-  }
-
-  // An empty VELKO_MODEL_LIST_URL counts as unset (the command-line tests set it).
-  test::ScopedEnv empty(Env{{"VELKO_MODEL_LIST_URL", ""}});
-  const std::string builtIn = ModelStore(ModelStore::Options{}).options().listUrl;
-  EXPECT_EQ(builtIn.substr(builtIn.find("/wp-")), "/wp-content/uploads/VELKO/models/models.json");
-}
-
+// A refused list changes neither the list in use nor the cache, byte for byte.
 TEST_F(ModelStoreTest, BadServerAnswersLeaveAGoodCache) {
   server_.publish({test::fileModel("f", "1")}, {"1"});
   store();
-  const std::string listText = *test::readFile(modelDir() / "models.json");
-  std::string sigText = *test::readFile(modelDir() / "models.json.sig");
-  EXPECT_EQ(sigText.back(), '\n') << "the signature is kept byte for byte";
-
+  const auto listText = test::readFile(models_ / "models.json");
+  std::string sigText = test::readFile(models_ / "models.json.sig").value();
   auto cached = store(false);
-  ASSERT_TRUE(cached->loadCachedList().ok);
+  ASSERT_TRUE(cached->loadCachedList().ok) << "the signature is kept byte for byte";
   sigText[0] = sigText[0] == '0' ? '1' : '0';
-  const test::HttpRoute notFound{HttpMode::Status, "", 0, 404}, badSig{HttpMode::Serve, sigText},
-      largest{HttpMode::Serve, std::string(4194304, ' ')},
-      tooLarge{HttpMode::Serve, std::string(4194305, ' ')};
-  const struct {
-    const char* path;
-    test::HttpRoute route;
-    std::string error;
-  } rows[] = {
-      {"/m/models.json.sig", notFound, "Model list not reachable (HTTP 404)."},
-      {"/m/models.json.sig", badSig, "Model list: invalid signature – the list is not used."},
+  const std::string badSig = "Model list: invalid signature – the list is not used.";
+  const test::HttpRoute notFound{HttpMode::Status, "", 0, 404};
+  const std::tuple<std::string, test::HttpRoute, std::string> rows[] = {
+      {".sig", notFound, "Model list not reachable (HTTP 404)."},
+      {".sig", {HttpMode::Serve, sigText}, badSig},
       // 4 MiB exactly still arrives whole, and only its signature refuses it.
-      {"/m/models.json", largest, "Model list: invalid signature – the list is not used."},
-      {"/m/models.json", tooLarge, "Model list not reachable ()."},
-      {"/m/models.json", notFound, "Model list not reachable (HTTP 404)."},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.error);
-    server_.http.route(row.path, row.route);
-    EXPECT_EQ(cached->refreshList({}).error, row.error);
+      {"", {HttpMode::Serve, std::string(4194304, ' ')}, badSig},
+      {"", {HttpMode::Serve, std::string(4194305, ' ')}, "Model list not reachable ()."},
+      {"", notFound, "Model list not reachable (HTTP 404)."}};
+  for (const auto& [suffix, route, error] : rows) {
+    server_.http.route("/m/models.json" + suffix, route);
+    EXPECT_EQ(cached->refreshList({}).error, error);
     EXPECT_EQ(cached->list().models.size(), 1u);
-    EXPECT_EQ(test::readFile(modelDir() / "models.json"), listText);
+    EXPECT_EQ(test::readFile(models_ / "models.json"), listText);
   }
   EXPECT_EQ(server_.http.requests().back().path, "/m/models.json") << "no .sig after a list 404";
   EXPECT_EQ(cached->refreshList([] { return true; }).error,
             "Model list not reachable (cancelled).");
-  fs::remove(modelDir() / "models.json.sig");
+  fs::remove(models_ / "models.json.sig");
   EXPECT_EQ(cached->loadCachedList().error, "No model list loaded yet.");
 }
 
-// One row per way a transfer can go; the model is a File entry of 1000 bytes.
+// Answers the command line's tables do not arrange, for a File model of 1000 bytes of which 0,
+// 100 or all may lie in .part already. A row says what was asked (the Range of each request for
+// the model's address), how the fetch ended, the bytes it wrote and what is left of .part.
 TEST_F(ModelStoreTest, TransferKeepsWhatCanBeContinuedAndDropsWhatIsWrong) {
-  using E = FetchError;
-  const std::string bytes = modelBytes(), r100 = "bytes=100-";
-  const test::HttpRoute serve{HttpMode::Serve, bytes}, ignored{HttpMode::IgnoreRange, bytes},
-      refused{HttpMode::NotSatisfiable, bytes}, cut{HttpMode::CloseAfter, bytes, 400},
-      short200{HttpMode::Serve, bytes.substr(0, 700)}, oversent{HttpMode::Oversend, bytes, 10},
-      wrong{HttpMode::Serve, modelBytes(1)}, e500{HttpMode::Status, "", 0, 500};
-  const struct {
-    const char* label;
-    size_t partBefore;  // bytes of the right content already in .part
-    test::HttpRoute route;
-    FetchError error;
-    std::vector<std::string> ranges;  // the Range headers the server saw
-    std::optional<size_t> partAfter;  // nothing: the .part file is gone
-    bool resumed;
-    std::optional<uint64_t> received;  // nothing: depends on how the bytes were chunked
-  } rows[] = {
-      {"fresh", 0, serve, E::None, {""}, {}, false, 1000},
-      {"resumed with a Range request", 100, serve, E::None, {r100}, {}, true, 900},
-      {"range ignored: from 0 again", 100, ignored, E::None, {r100}, {}, false, 1000},
-      {"416 twice: from 0, then size", 100, refused, E::SizeMismatch, {r100, ""}, {}, false, 0},
-      {"connection cut: bytes kept", 0, cut, E::Network, {""}, 400, false, 400},
-      {"short 200: interrupted, kept", 0, short200, E::Network, {""}, 700, false, 700},
-      {"too many bytes", 100, oversent, E::SizeMismatch, {r100}, {}, true, {}},
-      {"wrong checksum", 0, wrong, E::ChecksumMismatch, {""}, {}, false, 1000},
-      {"HTTP 500 leaves the part as it was", 100, e500, E::HttpStatus, {r100}, 100, false, 0},
-      {"complete part: no request", 1000, serve, E::None, {}, {}, false, 0},
+  constexpr const char* kError[] = {"ok",   "no list", "unknown",  "too old", "busy", "network",
+                                    "HTTP", "size",    "checksum", "unpack",  "I/O",  "cancelled"};
+  server_.http.serve("/m/moved", bytes_);
+  std::string wrongBytes = bytes_;
+  wrongBytes[500] ^= 1;
+  const test::HttpRoute serve{HttpMode::Serve, bytes_}, ignored{HttpMode::IgnoreRange, bytes_},
+      oversent{HttpMode::Oversend, bytes_, 10}, e500{HttpMode::Status, "", 0, 500},
+      wrong{HttpMode::Serve, wrongBytes},
+      moved{HttpMode::Redirect, "", 0, 0, server_.http.url("/m/moved")};
+  const std::tuple<size_t, test::HttpRoute, bool, std::string> rows[] = {
+      {100, moved, false, "[bytes=100-] ok, resumed 900, part -"},  // the Range survives redirects
+      {100, ignored, false, "[bytes=100-] ok, 1000, part -"},
+      {0, wrong, false, "[] checksum, 1000, part -"},
+      {100, oversent, false, "[bytes=100-] size, resumed ?, part -"},
+      {100, e500, false, "[bytes=100-] HTTP, 0, part 100"},
+      {1000, serve, false, " ok, 0, part -"},           // straight to the checksum
+      {1000, serve, true, " cancelled, 0, part 1000"},  // a cancel in the checksum keeps the file
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.label);
-    const std::string id = "m" + std::to_string(&row - rows);
-    server_.publish({test::fileModel(id, bytes)}, {bytes});
-    server_.http.route("/m/" + id + ".bin", row.route);
-    if (row.partBefore != 0) test::writeFile(part(id), bytes.substr(0, row.partBefore));
-    auto s = store();
-    std::pair<unsigned long long, unsigned long long> lastProgress;
-    const FetchResult r = s->fetch(id,
-                                   [&](unsigned long long d, unsigned long long t) {
-                                     lastProgress = {d, t};
-                                   },
-                                   {});
-    EXPECT_EQ(r.error, row.error) << r.message;
-    EXPECT_EQ(rangesFor(id + ".bin"), row.ranges);
-    EXPECT_EQ(r.resumed, row.resumed);
-    if (row.received) {
-      EXPECT_EQ(r.bytesReceived, *row.received);
+  EXPECT_EQ(store(false)->fetch("m0", {}, {}).error, FetchError::NoList);
+  for (size_t i = 0; i < std::size(rows); ++i) {
+    const auto& [partBefore, route, cancel, expected] = rows[i];
+    const std::string id = "m" + std::to_string(i);
+    server_.publish({test::fileModel(id, bytes_)}, {bytes_});
+    server_.http.route("/m/" + id + ".bin", route);
+    if (partBefore != 0) test::writeFile(part(id), bytes_.substr(0, partBefore));
+    uint64_t lastDone = 0;
+    const FetchResult r = store()->fetch(
+        id, [&](auto done, auto) { lastDone = done; }, [&] { return cancel; });
+    std::string seen;
+    for (const test::RecordedRequest& request : server_.http.requests())
+      if (request.path == "/m/" + id + ".bin") seen += "[" + request.range + "]";
+    // How much of an oversent body is written first depends on how the bytes were chunked.
+    const std::string received =
+        route.mode == HttpMode::Oversend ? "?" : std::to_string(r.bytesReceived);
+    const auto left = test::readFile(part(id));
+    EXPECT_EQ(seen + " " + kError[static_cast<int>(r.error)] + ", " +
+                  (r.resumed ? "resumed " : "") + received + ", part " +
+                  (left ? std::to_string(left->size()) : "-"),
+              expected)
+        << r.message;
+    if (r.ok) {
+      EXPECT_EQ(test::readFile(models_ / (id + ".bin")), bytes_);
+      EXPECT_EQ(lastDone, 1000u) << "progress ends at the whole size";
     }
-    EXPECT_EQ(test::readFile(part(id)),
-              row.partAfter ? std::optional(bytes.substr(0, *row.partAfter)) : std::nullopt);
-    if (!r.ok) continue;
-    EXPECT_EQ(test::readFile(modelDir() / (id + ".bin")), bytes);
-    EXPECT_EQ(lastProgress, std::make_pair(1000ULL, 1000ULL));
-    EXPECT_EQ(test::readFile(modelDir() / ".installed" / (id + ".json")),
-              R"({"sha256":")" + test::sha256Hex(bytes) + R"(","version":"1.0"})");
   }
 }
 
-// A cancel after the last byte, during the checksum, keeps the complete file, and the next run
-// goes straight to the checksum.
-TEST_F(ModelStoreTest, CancelKeepsTheDownloadForTheNextRun) {
-  const std::string bytes = modelBytes();
-  server_.publish({test::fileModel("m", bytes)}, {bytes});
-  EXPECT_EQ(store(false)->fetch("m", {}, {}).message,
-            "No model list – please connect to the internet.");
-  test::writeFile(part("m"), bytes);
-  auto s = store();
-  EXPECT_EQ(s->fetch("m", {}, [] { return true; }).message, "Cancelled.");
-  EXPECT_EQ(test::readFile(part("m")), bytes);
-  const FetchResult r = s->fetch("m", {}, {});
-  EXPECT_TRUE(r.ok) << r.message;
-  EXPECT_EQ(r.bytesReceived, 0u);
-  EXPECT_TRUE(rangesFor("m.bin").empty());
+// Everything below `root` except what lies inside `skip`, relative to `root`; links not followed.
+std::set<std::string> listing(const fs::path& root, const fs::path& skip) {
+  std::set<std::string> names;
+  for (auto it = fs::recursive_directory_iterator(root); it != fs::recursive_directory_iterator();
+       ++it) {
+    if (it->path() == skip) it.disable_recursion_pending();
+    names.insert(it->path().lexically_relative(root).string());
+  }
+  return names;
 }
 
-TEST_F(ModelStoreTest, RemovalDeletesPackageMarkerAndPartOnly) {
-  const std::string bytes = modelBytes();
-  server_.publish({test::fileModel("f", bytes), test::fileModel("g", bytes)}, {bytes, bytes});
-  auto s = store();
-  std::string error;
-  // No .downloads folder yet: no download can run, and no lock file is made.
-  test::writeFile(modelDir() / "f.bin", bytes);
-  EXPECT_TRUE(s->remove("f", error)) << error;
-  EXPECT_FALSE(fs::exists(modelDir() / ".downloads"));
-
-  ASSERT_TRUE(s->fetch("f", {}, {}).ok);
-  test::writeFile(part("f"), "123");
-  test::writeFile(part("g"), "456");
-  EXPECT_TRUE(s->remove("f", error));
-  for (const fs::path& gone : {modelDir() / "f.bin", part("f"), modelDir() / ".installed/f.json"}) {
-    EXPECT_FALSE(fs::exists(gone)) << gone;
+TEST(UnpackAndInspect, AcceptsOnlyThePackageAndNothingLeavesTheFolder) {
+  const std::string package = "m.mlmodelc";
+  test::TempDir dir;
+  const fs::path root = fs::canonical(dir.path()), outside = root / "outside";
+  const fs::path archive = root / "work/m.zip", unpackDir = root / "work/m.unpack";
+  test::writeFile(outside / "keep", "keep");
+  const std::set<std::string> untouched = {"outside", "outside/keep", "work", "work/m.zip",
+                                           "work/m.unpack"};
+  const auto weights = zipFile(package + "/weights.bin", "w");
+  // Accepted: links between files inside, also a dangling one. Refused: a second top-level
+  // entry, another name, a file or a link at the package's name, links up and out, in a loop, to
+  // an absolute path or written through, and names that climb out or are absolute.
+  const std::pair<std::vector<test::ZipEntry>, bool> cases[] = {
+      {{weights, zipLink(package + "/alias.bin", "weights.bin")}, true},
+      {{weights, zipLink(package + "/later", "gone")}, true},
+      {{weights, zipFile("README.txt", "")}, false},
+      {{zipFile("other.mlmodelc/weights.bin", "w")}, false},
+      {{zipFile(package, "w")}, false},
+      {{zipFile("__MACOSX/real/weights.bin", "w"), zipLink(package, "__MACOSX/real")}, false},
+      {{weights, zipLink(package + "/x", "../../x")}, false},
+      {{zipLink(package + "/a", "b"), zipLink(package + "/b", "a")}, false},
+      {{weights, zipLink(package + "/x", outside.string())}, false},
+      {{zipLink(package + "/dir", outside.string()), zipFile(package + "/dir/planted", "p")},
+       false},
+      {{weights, zipFile(package + "/../../planted", "p")}, false},
+      {{weights, zipFile((outside / "planted").string(), "p")}, false},
+  };
+  for (const auto& [entries, accepted] : cases) {
+    test::writeZip(archive, entries);
+    test::writeFile(unpackDir / "stale", "");  // an earlier run's leftovers do not count
+    EXPECT_EQ(unpackAndInspect(archive, unpackDir, package), accepted) << entries.back().name;
+    EXPECT_EQ(listing(root, unpackDir), untouched) << entries.back().name;
+    fs::remove_all(unpackDir);
   }
-  // Only a partial download: it goes, and the answer is still "not there".
-  EXPECT_FALSE(s->remove("g", error));
-  EXPECT_EQ(error, "This model is not in the model folder.");
-  EXPECT_FALSE(fs::exists(part("g")));
+  // Archives written by Info-ZIP's zip (the fuzzer's seeds), not by the library that reads them:
+  // one deflated with a "__MACOSX" folder, one with a link stored as a link.
+  const fs::path samples = VELKO_ZIP_SAMPLES;
+  ASSERT_TRUE(unpackAndInspect(samples / "ok.zip", unpackDir, package));
+  EXPECT_EQ(test::readFile(unpackDir / package / "weights.bin"), std::string(300, 'w'));
+  ASSERT_TRUE(unpackAndInspect(samples / "link.zip", unpackDir, package));
+  EXPECT_EQ(fs::read_symlink(unpackDir / package / "alias.bin"), "weights.bin");
+  EXPECT_EQ(test::readFile(unpackDir / package / "alias.bin"), "w");
+}
 
-  // An unlisted id never reaches a copy the locator finds elsewhere.
-  test::writeFile(dir_ / "outside" / "y.mlmodelc" / "w", "w");
-  EXPECT_FALSE(s->remove("y", error));
-  EXPECT_TRUE(fs::exists(dir_ / "outside" / "y.mlmodelc" / "w"));
+// Whether the target existed, whether the source did, VELKO_NO_PATH_EXCHANGE ("1": the slow way
+// by three renames), and what the target holds after. Only the slow way clears what an earlier
+// crash left as `old`, and nothing of either package stays at the source.
+TEST(ReplacePath, TargetEndsAsSourceOrStaysAsItWas) {
+  const std::tuple<bool, bool, std::optional<std::string>, bool, const char*> cases[] = {
+      {false, true, {}, true, "new"},    // first install by plain rename
+      {true, true, {}, true, "new"},     // replace by exchange
+      {true, true, "1", true, "new"},    // replace the slow way
+      {true, false, "1", false, "old"},  // the slow way with the second rename failing
+  };
+  for (const auto& [targetExists, sourceExists, noExchange, ok, holds] : cases) {
+    test::TempDir dir;
+    const fs::path source = dir / "m.unpack/m.mlmodelc", target = dir / "m.mlmodelc";
+    const fs::path old = dir / "m.mlmodelc.old";
+    if (sourceExists) test::writeFile(source / "id", "new");
+    if (targetExists) test::writeFile(target / "id", "old");
+    test::writeFile(old / "id", "stale");
+    const test::ScopedEnv env(Env{{"VELKO_NO_PATH_EXCHANGE", noExchange}});
+    EXPECT_EQ(replacePath(source, target, old), ok) << holds << noExchange.has_value();
+    EXPECT_EQ(test::readFile(target / "id"), holds);
+    EXPECT_FALSE(fs::exists(source));
+    EXPECT_EQ(fs::exists(old / "id"), !noExchange) << "stale old";
+  }
 }
 
 }  // namespace
