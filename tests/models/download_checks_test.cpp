@@ -45,8 +45,7 @@ TEST(ModelListTest, WholeListsAcceptedOrRefusedWithTheirMessage) {
   const std::string sig = signatureFor(kList);
   // The list, its signature (empty for the correct one), and the error ("" when accepted).
   const std::tuple<std::string, std::string, std::string> cases[] = {
-      // The signature comes first and covers the prefix and the exact bytes; only trailing
-      // blanks and line ends are cut from its text.
+      // The signature comes first, over prefix and exact bytes; only trailing blanks are cut.
       {kList, sig + "  \n\r \r\n\n  ", ""},
       {kList, sig + "\t", bad},
       {kList + "\n", sig, bad},
@@ -70,14 +69,12 @@ TEST(ModelListTest, WholeListsAcceptedOrRefusedWithTheirMessage) {
     EXPECT_EQ(std::tuple(r.error, r.ok, r.list.format, r.list.issued, r.list.models.size()),
               std::tuple(error, error.empty(), error.empty() ? 1 : 0, whole ? "2001-01-01" : "",
                          whole ? 1u : 0u))
-        << list << "\n"
-        << givenSignature;
+        << list;
   }
 }
 
 TEST(ModelListTest, EachEntryRuleKeepsOrDropsTheEntry) {
-  // A patch merged into the base entry (null removes a key), the kept entry's address or nothing
-  // when the entry is dropped, and the list's own address.
+  // A patch to the base entry, the kept entry's address ("": dropped), and the list's address.
   const std::string relative = "https://example.test/m/d.zip";
   const struct {
     std::string patch, url, listUrl = "https://example.test/m/models.json";
@@ -88,7 +85,6 @@ TEST(ModelListTest, EachEntryRuleKeepsOrDropsTheEntry) {
       {R"({"kind":"file","package":"depth..bin"})", ""},
       {R"({"package":"depth.mlpackage"})", ""},
       {R"({"kind":"CoreML"})", ""},
-      {R"({"id":"a/b","package":"a/b.mlmodelc"})", ""},
       {R"({"id":"a.b","package":"a.b.mlmodelc"})", relative},
       {R"({"size":0})", ""},
       {R"({"size":1024.0})", ""},
@@ -116,15 +112,6 @@ TEST(ModelListTest, EachEntryRuleKeepsOrDropsTheEntry) {
     const std::vector<ModelEntry> kept = keptEntries(json::array({entry}), c.listUrl);
     EXPECT_EQ(kept.empty() ? "" : kept[0].url, c.url) << c.patch << " from " << c.listUrl;
   }
-  // The first kept entry wins an id; a dropped one claims nothing, and ids differ by case.
-  json later = kEntry, broken = kEntry, otherCase = kEntry;
-  later["size"] = 99;
-  broken["sha256"] = "bad";
-  otherCase.merge_patch({{"id", "Depth"}, {"package", "Depth.mlmodelc"}});
-  const auto kept = keptEntries({1, broken, later, nullptr, kEntry, "x", otherCase}, relative);
-  ASSERT_EQ(kept.size(), 2u);
-  EXPECT_EQ(kept[0].size, 99u);
-  EXPECT_EQ(kept[1].id, "Depth");
 }
 
 std::string digestInPieces(Sha256Path path, const std::string& message, size_t piece) {
@@ -134,29 +121,20 @@ std::string digestInPieces(Sha256Path path, const std::string& message, size_t p
   return digest.hex();
 }
 
-// Both paths, where this CPU has the hardware one. The short messages cross every padding edge;
-// odd piece sizes put block boundaries everywhere inside the pieces.
-TEST(Sha256, KnownAnswersOnBothPaths) {
+// Both paths, where the CPU has the hardware one; the pieces put block boundaries everywhere.
+TEST(Sha256, KnownAnswersOnBothPathsInAnyPieces) {
   test::ScopedEnv unset({{"VELKO_SHA256_PORTABLE", std::nullopt}});
-  const auto examples = test::readJsonVectors("fips180_sha2_examples.json")["vectors"];
-  ASSERT_EQ(examples.size(), 5u);
   for (Sha256Path path : {Sha256Path::Portable, Sha256Path::Automatic}) {
     const bool hardware = path == Sha256Path::Automatic && sha256HardwareAvailable();
-    SCOPED_TRACE(hardware ? "hardware path" : "portable path");
     ASSERT_EQ(Sha256(path).usesHardware(), hardware);
     for (const auto& [file, count] :
          {std::pair{"SHA256ShortMsg.rsp", 65u}, {"SHA256LongMsg.rsp", 64u}}) {
       const auto vectors = test::readHashVectors(file);
       EXPECT_EQ(vectors.size(), count) << file;
-      for (const auto& v : vectors)
-        EXPECT_EQ(digestInPieces(path, v.message, v.message.size() + 1), v.digest) << file;
-    }
-    for (const auto& v : examples) {
-      std::string message;
-      for (int i = 0; i < v["repeat"].get<int>(); ++i)
-        message += v["message"].get<std::string>();
-      for (size_t piece : {1, 55, 63, 65, 4099, 1 << 20})
-        EXPECT_EQ(digestInPieces(path, message, piece), v["sha256"]) << v["name"] << piece;
+      for (const auto& v : vectors) {
+        for (size_t piece : {v.message.size() + 1, size_t{1}, size_t{55}, size_t{65}})
+          EXPECT_EQ(digestInPieces(path, v.message, piece), v.digest) << file << hardware << piece;
+      }
     }
   }
   test::ScopedEnv portable({{"VELKO_SHA256_PORTABLE", std::optional<std::string>("1")}});
