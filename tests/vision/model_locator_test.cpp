@@ -54,14 +54,13 @@ TEST(FindModelPackage, FirstPlaceInOrderWins) {
   };
   for (const auto& [only, name, found] : rows) {
     const bool empty = only == "empty";
-    using Value = std::optional<std::string>;
     // Run from the root, so a relative folder (an empty variable taken for one) would be seen.
     const test::ProcessResult run = test::runProcess(
         {"/bin/sh", "-c", "cd \"$0\" && exec \"$1\" \"$2\"", root.string(), exe.string(), name},
         {{"HOME", (root / "home").string()},
          {"VELKO_MODEL_DIR", empty ? "" : (root / "dir").string()},
          {"VELKO_MODEL_STORE", empty ? "" : (root / "store").string()},
-         {"VELKO_MODEL_DIR_ONLY", only.empty() || empty ? Value() : Value(only)}});
+         {"VELKO_MODEL_DIR_ONLY", only.empty() || empty ? std::nullopt : std::optional(only)}});
     EXPECT_EQ(run.out, found + "\n") << only << " " << name;
   }
 }
