@@ -1,19 +1,17 @@
-// Property list files for tests: XML written by hand, binary made from it with libplist.
+// Property list files for tests: XML written by hand, binary made from it with libplist or by hand.
 #include "tests/platform/plist_fixture.h"
 
 #include <plist/plist.h>
 
 #include <cstdint>
 #include <cstdlib>
-#include <vector>
 
 namespace velko::test {
 
 std::string xmlPlist(const std::string& root) {
-  return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-         "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
-         "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
-         "<plist version=\"1.0\">\n" +
+  return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST "
+         "1.0//EN\" \"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n<plist "
+         "version=\"1.0\">\n" +
          root + "\n</plist>\n";
 }
 
@@ -31,35 +29,23 @@ std::string binaryPlist(const std::string& xml) {
 }
 
 std::string nestedBinaryPlist(const std::string& version, int depth, bool cycle) {
-  const auto bigEndian = [](uint64_t value, int bytes) {
-    std::string out;
-    for (int i = bytes - 1; i >= 0; --i)
-      out.push_back(static_cast<char>(value >> (8 * i)));
-    return out;
+  const auto be32 = [](uint64_t v) {
+    return std::string{char(v >> 24), char(v >> 16), char(v >> 8), char(v)};
   };
-  const std::string key = "CFBundleShortVersionString";
-  std::vector<std::string> objects = {
-      "\xD2" + bigEndian(1, 4) + bigEndian(2, 4) + bigEndian(3, 4) + bigEndian(4, 4),
-      "\x5F\x10" + std::string(1, static_cast<char>(key.size())) + key,
-      "\x51x",
-      std::string(1, static_cast<char>(0x50 | version.size())) + version,
-  };
-  for (int level = 0; level < depth; ++level) {
-    const bool innermost = level == depth - 1;
-    if (innermost && !cycle) {
-      objects.push_back("\xA0");
-    } else {
-      objects.push_back("\xA1" + bigEndian(innermost ? 4 : objects.size() + 1, 4));
-    }
-  }
-  std::string bytes = "bplist00", table;
-  for (const auto& object : objects) {
-    table += bigEndian(bytes.size(), 4);
+  // Objects 0 to 3 are the dictionary, its two keys and the version; 4 + i is array level i.
+  std::string bytes = "bplist00\xD2" + be32(1) + be32(2) + be32(3) + be32(4), table = be32(8);
+  for (const std::string& object : {std::string("\x5F\x10\x1A") + "CFBundleShortVersionString",
+                                    std::string("\x51x"), char(0x50 | version.size()) + version}) {
+    table += be32(bytes.size());
     bytes += object;
   }
-  const uint64_t tableAt = bytes.size();
-  return bytes + table + std::string(6, '\0') + "\x04\x04" + bigEndian(objects.size(), 8) +
-         bigEndian(0, 8) + bigEndian(tableAt, 8);
+  for (int level = 0; level < depth; ++level) {
+    table += be32(bytes.size());
+    const bool innermost = level == depth - 1;
+    bytes += innermost && !cycle ? std::string("\xA0") : "\xA1" + be32(innermost ? 4 : 5 + level);
+  }
+  return bytes + table + std::string(6, '\0') + "\x04\x04" + be32(0) + be32(4 + depth) +
+         std::string(8, '\0') + be32(0) + be32(bytes.size());
 }
 
 }  // namespace velko::test

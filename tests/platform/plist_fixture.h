@@ -1,4 +1,4 @@
-// Property list files for tests: XML written by hand, binary made from it with libplist.
+// Property list files for tests: XML written by hand, binary made from it with libplist or by hand.
 #pragma once
 
 #include <string>
