@@ -204,7 +204,14 @@ TEST_F(HostileDiskTest, ModelRoadKeepsToTheModelFolderAndSeesEveryFailedWrite) {
   std::string badCrc = zipBytes(dir_ / "crc.zip", {zipFile("c.mlmodelc/w.bin", "weights-weights")},
                                 {.stored = true});
   badCrc[badCrc.find("weights-weights")] = 'W';
-  const std::string utf8Name = "Gewichte-\xc3\xbc.bin", oldArchiverName = "Gr\x94\xe1" "e.bin";
+  const auto publishZip = [&](const fs::path& store, const std::string& id,
+                              const std::vector<ZipEntry>& entries, ZipForm form = {}) {
+    const std::string zip = zipBytes(store.parent_path() / (id + ".zip"), entries, form);
+    server.publish({coremlModel(id, zip)}, {zip});
+  };
+  const std::string utf8Name = "Gewichte-\xc3\xbc.bin", oldArchiverName =
+                                                            "Gr\x94\xe1"
+                                                            "e.bin";
 
   struct Row {
     const char* name;
@@ -222,10 +229,7 @@ TEST_F(HostileDiskTest, ModelRoadKeepsToTheModelFolderAndSeesEveryFailedWrite) {
          writeFile(store / "z.mlmodelc" / "w.bin", weights);
          writeFile(store / ".installed" / "z.json", R"({"sha256":"old","version":"0.9"})");
          // 120 MB of one letter deflate to a small download; no installed_size is announced.
-         const std::string zip =
-             zipBytes(store.parent_path() / "z.zip",
-                      {zipFile("z.mlmodelc/w.bin", std::string(120'000'000, 'w'))});
-         server.publish({coremlModel("z", zip)}, {zip});
+         publishZip(store, "z", {zipFile("z.mlmodelc/w.bin", std::string(120'000'000, 'w'))});
        },
        {"models-fetch", "--model", "z"},
        1,
@@ -250,10 +254,7 @@ TEST_F(HostileDiskTest, ModelRoadKeepsToTheModelFolderAndSeesEveryFailedWrite) {
       {"a name flagged as UTF-8 unpacks although the command line sets no locale",
        0,
        [&](const fs::path& store) {
-         const std::string zip =
-             zipBytes(store.parent_path() / "u.zip", {zipFile("u.mlmodelc/" + utf8Name, "w")},
-                      {.utf8Names = true});
-         server.publish({coremlModel("u", zip)}, {zip});
+         publishZip(store, "u", {zipFile("u.mlmodelc/" + utf8Name, "w")}, {.utf8Names = true});
        },
        {"models-fetch", "--model", "u"},
        0,
@@ -263,9 +264,7 @@ TEST_F(HostileDiskTest, ModelRoadKeepsToTheModelFolderAndSeesEveryFailedWrite) {
       {"an old archiver's name unpacks byte for byte",
        0,
        [&](const fs::path& store) {
-         const std::string zip = zipBytes(store.parent_path() / "o.zip",
-                                          {zipFile("o.mlmodelc/" + oldArchiverName, "w")});
-         server.publish({coremlModel("o", zip)}, {zip});
+         publishZip(store, "o", {zipFile("o.mlmodelc/" + oldArchiverName, "w")});
        },
        {"models-fetch", "--model", "o"},
        0,

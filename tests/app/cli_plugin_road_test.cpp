@@ -13,6 +13,19 @@ TEST_F(CliTest, StatusOnACleanMachineAndWithPhotoshopBundles) {
   EXPECT_EQ(clean.err, "");
   EXPECT_FALSE(fs::exists(dir_ / "Library")) << "status must create no folder";
 
+  // The first object with our id names the version; an id that is no string spoils the file.
+  const std::string ours = R"({"pluginId": "com.example.sample", "versionString": )";
+  const std::pair<std::string, std::string> registries[] = {
+      {"3, " + ours + R"("1.1.0"}, )" + ours + R"("9"})", "1.1.0"},
+      {R"({"pluginId": 7}, )" + ours + R"("1.1.0"})", "none"}};
+  for (const auto& [plugins, installed] : registries) {
+    writeFile(registry(), R"({"plugins": [)" + plugins + "]}");
+    std::string expected = kStatus;
+    expected.replace(expected.find("none"), 4, installed);
+    EXPECT_EQ(runWithPackage({"--cli", "status"}).out, expected) << plugins;
+  }
+  fs::remove_all(dir_ / "Library");
+
   writeFile(dir_ / "Applications" / "Adobe Photoshop 2025.app" / "Contents" / "Info.plist",
             "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
             "<key>CFBundleShortVersionString</key><string>26.0.0</string></dict></plist>\n");
@@ -79,12 +92,18 @@ TEST_F(CliTest, ErrorLinesAndExitCodes) {
       {{"--plugin", missing, "--cli", "status", "--lang", "de"}, {}, 2, de},
       {{"--plugin", found, "--cli", "install"}, {}, 1, formatEn},
       {{"--plugin", found, "--cli", "uninstall"}, kGerman, 1, formatDe},
+      // The system's language: LANGUAGE's first choice, then LC_ALL, LC_MESSAGES and LANG.
+      {{"--plugin", missing, "--cli", "status"}, {{"LANGUAGE", "de:en"}}, 2, de},
+      {{"--plugin", missing, "--cli", "status"}, {{"LANGUAGE", "en"}, {"LC_ALL", "de_DE"}}, 2, en},
+      {{"--plugin", missing, "--cli", "status"}, {{"LANGUAGE", ":en"}, {"LC_ALL", "de_DE"}}, 2, de},
+      {{"--plugin", missing, "--cli", "status"}, {{"LC_ALL", "de"}, {"LC_MESSAGES", "en"}}, 2, de},
+      {{"--plugin", missing, "--cli", "status"}, {{"LC_MESSAGES", "de_DE"}}, 2, de},
   };
-  bool germanLeftOut = false;
+  bool variablesLeftOut = false;
   for (const auto& c : cases) {
     SCOPED_TRACE(::testing::PrintToString(c.args));
-    if (c.err == formatDe && !onLinux()) {
-      germanLeftOut = true;
+    if (!c.env.empty() && !onLinux()) {
+      variablesLeftOut = true;
       continue;
     }
     const ProcessResult r = run(c.args, c.env);
@@ -93,7 +112,7 @@ TEST_F(CliTest, ErrorLinesAndExitCodes) {
     EXPECT_EQ(r.err, c.err);
   }
   // A Mac's language comes from its settings (NSLocale), which no variable of a child changes.
-  if (germanLeftOut) GTEST_SKIP() << "rows that expect German from LANG: Linux only";
+  if (variablesLeftOut) GTEST_SKIP() << "rows that set the language by variables: Linux only";
 }
 
 // "--cli" without a word opens the window like a line without "--cli"; that one, and --auto, are
@@ -108,8 +127,8 @@ TEST_F(CliTest, CliWithoutAWordTakesTheWindowRoad) {
   EXPECT_FALSE(fs::exists(registry())) << "no action without --auto";
 }
 
-// The package search from a copy of the executable laid out as an application bundle; the order of
-// the candidate folders is the package reader's business.
+// The package search from a copy of the executable laid out as an application bundle: inside the
+// application, then the disk image's hidden .Plugin beside it, then a plain Plugin folder.
 TEST_F(CliTest, PackageSearchFromACopiedBundle) {
   const fs::path app = dir_ / "disk" / "Velko.app", exe = app / "Contents" / "MacOS" / "velko";
   fs::create_directories(exe.parent_path());
@@ -118,6 +137,10 @@ TEST_F(CliTest, PackageSearchFromACopiedBundle) {
     args.insert(args.begin(), {exe.string(), "--cli", "status"});
     return runProcess(args);
   };
+  writeSamplePlugin(app.parent_path() / "Plugin", "com.example.plain", "1.0.0");
+  EXPECT_NE(status({}).out.find("(com.example.plain)"), std::string::npos);
+  writeSamplePlugin(app.parent_path() / ".Plugin", "com.example.hidden", "1.0.0");
+  EXPECT_NE(status({}).out.find("(com.example.hidden)"), std::string::npos);
   writeSamplePlugin(app / "Contents" / "Resources" / "Plugin", "com.example.inside", "1.0.0");
   EXPECT_NE(status({}).out.find("(com.example.inside)"), std::string::npos);
   const ProcessResult r = status({"--plugin", (dir_ / "nowhere").string()});

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
+#include <unistd.h>
+
 #include <csignal>
 
 #include "tests/platform/plist_fixture.h"
@@ -26,6 +28,22 @@ TEST(ProcessTable, QuitRequestMatchesTheShortNameCutAt32Bytes) {
   int status = 0;
   ASSERT_EQ(waitpid(own.pid(), &status, 0), own.pid());
   EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
+
+  // Never another user's process, even when the request comes from root.
+  if (getuid() != 0) GTEST_SKIP() << "another user's process needs root to start";
+  fs::permissions(dir.path(), fs::perms::owner_all | fs::perms::others_exec);
+  fs::copy_file("/bin/sleep", dir / "velko-quit-other");
+  const pid_t other =
+      test::startProcess({"/usr/bin/setpriv", "--reuid=65534", "--regid=65534", "--clear-groups",
+                          (dir / "velko-quit-other").string(), "300"});
+  while (processShortName(other) != "velko-quit-other") {  // until setpriv has become the sleeper
+    ASSERT_EQ(waitpid(other, &status, WNOHANG), 0) << "setpriv ended early";
+    usleep(1000);
+  }
+  EXPECT_EQ(askApplicationsToQuit("", "velko-quit-other"), 0);
+  EXPECT_EQ(waitpid(other, &status, WNOHANG), 0) << "the other user's process must still run";
+  kill(other, SIGKILL);
+  waitpid(other, &status, 0);
 }
 
 // XML rows are asked again in their binary form. Absurd nesting never reaches the library, which
