@@ -5,30 +5,27 @@ namespace velko::test {
 namespace {
 
 TEST(WindowScreens, ButtonsTickAndLaunchLeadToScreensThatSayWhatHappened) {
-  const std::string hintDe =
-      "|Die Installation gilt für den aktuellen Benutzer und braucht keine Administratorrechte."
-      "|[KI-Modelle verwalten …]";
-  const std::string hintEn =
-      "|The installation applies to the current user and needs no administrator rights."
-      "|[Manage AI models …]";
+  // clang-format off
+  const std::string hintDe = "|Die Installation gilt für den aktuellen Benutzer und braucht keine "
+                             "Administratorrechte.|[KI-Modelle verwalten …]";
+  const std::string hintEn = "|The installation applies to the current user and needs no "
+                             "administrator rights.|[Manage AI models …]";
   const std::string startDe =
       " Photoshop starten: Das Plugin erscheint im Menü „Plugins“.|[Fertig]";
   const std::string startEn =
       " Start Photoshop: the plugin appears in the \"Plugins\" menu.|[Done]";
   // The waiting screen's picture, which the program cannot be asked for from the command line.
-  const std::vector<Probe> waiting = {{"background", 5, 5, QColor(28, 37, 46)},
-                                      {"logo", 51, 44, QColor(16, 182, 239)},
-                                      {"card", 40, 160, QColor(38, 50, 62)},
-                                      {"amber dot", 53, 177, QColor(255, 161, 0)},
-                                      {"primary button at rest", 356, 340, QColor(255, 161, 0)}};
-  // clang-format off
+  const std::vector<Probe> waiting = {
+      {"background", 5, 5, QColor(28, 37, 46)}, {"logo", 51, 44, QColor(16, 182, 239)},
+      {"card", 40, 160, QColor(38, 50, 62)}, {"amber dot", 53, 177, QColor(255, 161, 0)},
+      {"primary button at rest", 356, 340, QColor(255, 161, 0)}};
   playAll({
     {"install, then Done closes", "ps:26.1 primary is:done v:1.2.0 primary closed",
      "✓|Installiert|Sample Plugin 1.2.0 ist installiert." + startDe,
      "✓|Installed|Sample Plugin 1.2.0 is installed." + startEn},
     {"update", "ps:26.1 had:1.0.0 primary is:done v:1.2.0",
-     "✓|Aktualisiert|Sample Plugin wurde von Version 1.0.0 auf Version 1.2.0 aktualisiert. Ältere "
-     "Versionen sind entfernt." + startDe,
+     "✓|Aktualisiert|Sample Plugin wurde von Version 1.0.0 auf Version 1.2.0 aktualisiert. "
+     "Ältere Versionen sind entfernt." + startDe,
      "✓|Updated|Sample Plugin was updated from version 1.0.0 to version 1.2.0. Older versions "
      "were removed." + startEn},
     {"reinstall", "ps:26.1 had:1.2.0 primary is:done v:1.2.0",
@@ -96,7 +93,8 @@ TEST(WindowScreens, ButtonsTickAndLaunchLeadToScreensThatSayWhatHappened) {
     {"without a package nothing is uninstalled, and Quit closes",
      "had:1.2.0 no-package auto:uninstall primary is:missing v:1.2.0 closed",
      "Plugin nicht gefunden|! (coral)|Der Installer findet das Plugin nicht. Bitte direkt aus dem "
-     "Disk-Image starten und nicht vorher an einen anderen Ort kopieren.|[Beenden]|[KI-Modelle …]",
+     "Disk-Image starten und nicht vorher an einen anderen Ort kopieren.|[Beenden]"
+     "|[KI-Modelle …]",
      "Plugin not found|! (coral)|The installer cannot find the plugin. Please run it directly "
      "from the disk image without copying it elsewhere first.|[Quit]|[AI models …]"},
     {"models from idle", "ps:26.1 models is:models",

@@ -14,43 +14,25 @@ class UrlCatcher : public QObject {
 };
 
 TEST(ModelsScreen, RowsWorkAndSayWhatHappened) {
-  const QColor kDimOnCard(164, 168, 173);  // text at 0.62 over the card
-  const auto dots = [&](KVController& c, const Scene&) {
-    // clang-format off
-    for (const auto& [id, color] : std::vector<std::pair<const char*, QColor>>{
-             {"mis", kDimOnCard}, {"part", window::kAmber}, {"inst", window::kAccent}, {"upd", window::kAmber},
-             {"bun", window::kAccent}, {"new", window::kAmber}, {"nolic", kDimOnCard}}) {
-      // clang-format on
-      // Painted alone over the card: some rows lie below the fold.
-      QWidget* dot = c.window()->findChild<QWidget*>(QStringLiteral("dot:") + id);
-      QImage image(dot->size(), QImage::Format_RGB32);
-      image.fill(QColor(38, 50, 62));
-      dot->render(&image, QPoint(), QRegion(), QWidget::DrawChildren);
-      expectProbes(image, {{id, 3, 3, color}});
-    }
-  };
-  const auto keepsItsPlace = [](KVController& c, const Scene&) {
-    EXPECT_EQ(c.window()->findChild<QScrollArea*>()->verticalScrollBar()->value(), 152);
-  };
+  using window::kAccent, window::kAmber;
   // The folder button makes the model folder and hands it to the file manager.
-  const auto folder = [](KVController& c, const Scene& scene) {
-    ASSERT_FALSE(fs::exists(scene.models()));
+  const auto folder = [](QWidget* window, const fs::path& models) {
+    ASSERT_FALSE(fs::exists(models));
     UrlCatcher catcher;
     QDesktopServices::setUrlHandler("file", &catcher, "open");
-    c.window()->findChild<KVButton*>("secondary")->click();
+    window->findChild<KVButton*>("secondary")->click();
     QDesktopServices::unsetUrlHandler("file");
-    EXPECT_TRUE(fs::is_directory(scene.models()));
+    EXPECT_TRUE(fs::is_directory(models));
     ASSERT_EQ(catcher.urls.size(), 1u);
-    EXPECT_EQ(catcher.urls[0].toLocalFile().toStdString(), scene.models().string());
+    EXPECT_EQ(catcher.urls[0].toLocalFile().toStdString(), models.string());
   };
   const std::string mitDe = "|1,0 KB  ·  MIT|", mitEn = "|1.0 KB  ·  MIT|";
   const std::string cancelledDe =
       "Abgebrochen. Der Teil-Download bleibt liegen und wird beim nächsten Mal fortgesetzt.";
-  const std::string cancelledEn = "Cancelled. The partial download is kept and resumed next time.";
   // clang-format off
   playAll({
     // Installed and bundled count as downloaded; "all" is the missing, partial and updated.
-    {"every row state", "mixed models loaded",
+    {"every row state", "served models loaded",
      "KI-Modelle|3 von 8 geladen · 1,0 KB belegt|Titel mis" + mitDe + "Fehlt|[Laden]{Titel mis}"
      "|Titel part" + mitDe + "Unterbrochen|[Fortsetzen]{Titel part}|Titel inst" + mitDe +
      "Geladen|[Löschen]{Titel inst}|Titel upd" + mitDe + "Update verfügbar|[Aktualisieren]{Titel "
@@ -64,75 +46,76 @@ TEST(ModelsScreen, RowsWorkAndSayWhatHappened) {
      "|Title bun" + mitEn + "Included with the app|Title new" + mitEn + "Needs a newer version"
      "|Title nolic|1.0 KB  ·  –|Missing|[Download]{Title nolic}|Title eight" + mitEn +
      "Missing|[Download]{Title eight}|Stored in: ~/models|[Back]|[Show in Finder]|[Download all "
-     "(5.0 KB)]", {}, dots},
+     "(5.0 KB)]",
+     {{"missing dot", -3, 185, QColor(164, 168, 173)}, {"partial dot", -3, 241, kAmber},
+      {"installed dot", -3, 297, kAccent}, {"update dot", -3, 353, kAmber},
+      {"bundled dot", -3, 409, kAccent}}},
     {"a list in memory shows at once, its buttons held while it refreshes",
-     "three models loaded text fail:models.json models",
-     "KI-Modelle|0 von 3 geladen · 0,0 KB belegt · Liste wird aktualisiert …|Titel a|*|[Laden] "
-     "(off){Titel a}|*|[Alle laden (6,0 KB)] (off)",
-     "AI models|0 of 3 downloaded · 0.0 KB used · updating the list …|Title a|*|[Download] "
-     "(off){Title a}|*|[Download all (6.0 KB)] (off)"},
+     "served models loaded text fail:models.json models",
+     "KI-Modelle|3 von 8 geladen · 1,0 KB belegt · Liste wird aktualisiert …|Titel mis|*"
+     "|[Laden] (off){Titel mis}|*|[Alle laden (5,0 KB)] (off)",
+     "AI models|3 of 8 downloaded · 1.0 KB used · updating the list …|*"
+     "|[Download all (5.0 KB)] (off)"},
     {"a failed refresh keeps the saved list and says why",
-     "three models loaded text fail:models.json models loaded",
-     "*|[Laden]{Titel a}|*|Modell-Liste nicht erreichbar (*). Angezeigt wird die zuletzt "
+     "served models loaded text fail:models.json models loaded",
+     "*|[Laden]{Titel mis}|*|Modell-Liste nicht erreichbar (*). Angezeigt wird die zuletzt "
      "gespeicherte Liste. (coral)|*",
-     "*|[Download]{Title a}|*|Model list not reachable (*). Showing the last saved list. (coral)|*"},
+     "*|Model list not reachable (*). Showing the last saved list. (coral)|*"},
     {"without a saved list a failed refresh shows nothing, and the folder is made when shown",
-     "three fail:models.json models loaded",
+     "models loaded",
      "KI-Modelle|Keine Modell-Liste verfügbar|Die Liste konnte nicht geladen werden. Prüfe die "
      "Internetverbindung und öffne den Bereich erneut.|Modell-Liste nicht erreichbar (*). "
      "(coral)|[Zurück]|[Im Finder zeigen]|[Alle geladen] (off)",
      "AI models|No model list available|The list could not be loaded. Check your internet "
-     "connection and open this area again.|Model list not reachable (*). (coral)|[Back]|[Show in "
-     "Finder]|[All downloaded] (off)", {}, folder},
-    {"a download starts", "three slow:a.bin models loaded fetch:a",
-     "*|Titel a|1,0 KB  ·  MIT|startet …|[Abbrechen]{Titel a}|Titel b|2,0 KB  ·  MIT|Fehlt"
-     "|[Laden] (off){Titel b}|*|Lädt Titel a  |*|[Abbrechen]",
-     "*|Title a|1.0 KB  ·  MIT|starting …|[Cancel]{Title a}|*|Downloading Title a  |*|[Cancel]"},
-    {"a download shows its progress and keeps the list's place",
-     "mixed slow:eight.bin models loaded scroll fetch:eight progress",
-     "*|Titel eight" + mitDe + "* %|[Abbrechen]{Titel eight}|Lädt Titel eight  * / 1,0 KB|*",
-     "*|Title eight" + mitEn + "* %|[Cancel]{Title eight}|Downloading Title eight  * / 1.0 KB|*",
-     {}, keepsItsPlace},
-    {"a cancelled download keeps its part", "three slow:a.bin models loaded fetch:a progress "
-     "cancel done", "*|Unterbrochen|[Fortsetzen]{Titel a}|*|" + cancelledDe + "|*",
-     "*|Interrupted|[Resume]{Title a}|*|" + cancelledEn + "|*"},
-    {"a resumed download ends installed", "three slow:a.bin models loaded fetch:a progress cancel "
-     "done serve:a.bin fetch:a done",
-     "*|Titel a|1,0 KB  ·  MIT|Geladen|[Löschen]{Titel a}|*|Ablage: ~/models|*",
-     "*|Downloaded|[Delete]{Title a}|*|Stored in: ~/models|*"},
-    {"removal asks first", "mixed models loaded no remove:inst",
+     "connection and open this area again.|Model list not reachable (*). (coral)|*", {}, folder},
+    {"a download starts", "served slow:mis.bin models loaded fetch:mis",
+     "*|Titel mis" + mitDe + "startet …|[Abbrechen]{Titel mis}|Titel part" + mitDe +
+     "Unterbrochen|[Fortsetzen] (off){Titel part}|*|Lädt Titel mis  |*|[Abbrechen]",
+     "*|starting …|[Cancel]{Title mis}|*|Downloading Title mis  |*|[Cancel]"},
+    // The list stays scrolled to its end through the rebuilds.
+    {"a download shows its progress", "served slow:eight.bin models loaded scroll fetch:eight "
+     "progress", "*|Titel eight" + mitDe + "* %|[Abbrechen]{Titel eight}|Lädt Titel eight  * / "
+     "1,0 KB|*", {},
+     {{"too new a model's dot", -3, 313, kAmber}, {"progress bar", -1, 426, kAmber}}},
+    {"a cancelled download keeps its part", "served slow:mis.bin models loaded fetch:mis progress "
+     "cancel done", "*|Titel mis" + mitDe + "Unterbrochen|[Fortsetzen]{Titel mis}|*|" + cancelledDe
+     + "|*", "*|Cancelled. The partial download is kept and resumed next time.|*"},
+    {"a resumed download ends installed", "served slow:mis.bin models loaded fetch:mis progress "
+     "cancel done serve:mis.bin fetch:mis done",
+     "*|Titel mis" + mitDe + "Geladen|[Löschen]{Titel mis}|*|Ablage: ~/models|*"},
+    {"removal asks first", "served models loaded no remove:inst",
      "*|Geladen|[Löschen]{Titel inst}|*|„Titel inst“ löschen?|Das Modell wird von diesem Mac "
      "entfernt. Du kannst es jederzeit wieder laden.",
      "*|Downloaded|[Delete]{Title inst}|*|Delete “Title inst”?|The model is removed from this "
      "Mac. You can download it again at any time."},
-    {"a confirmed removal deletes the model", "mixed models loaded yes remove:inst",
-     "*|Titel inst" + mitDe + "Fehlt|[Laden]{Titel inst}|*|Ablage: ~/models|*",
-     "*|Title inst" + mitEn + "Missing|[Download]{Title inst}|*"},
+    {"a confirmed removal deletes the model", "served models loaded yes remove:inst",
+     "*|Titel inst" + mitDe + "Fehlt|[Laden]{Titel inst}|*|Ablage: ~/models|*"},
     {"a model gone behind the screen's back cannot be removed",
-     "mixed models loaded rm:inst.bin yes remove:inst",
+     "served models loaded rm:inst.bin yes remove:inst",
      "*|Dieses Modell liegt nicht im Modell-Ordner. (coral)|*",
      "*|This model is not in the model folder. (coral)|*"},
-    {"the batch counts its models", "three slow:a.bin models loaded primary progress",
-     "*|[Abbrechen]{Titel a}|*|Modell 1 von 3: Titel a  * / 1,0 KB|*|[Abbrechen]",
-     "*|[Cancel]{Title a}|*|Model 1 of 3: Title a  * / 1.0 KB|*|[Cancel]"},
-    {"the batch goes on past a failure and reports it", "three fail:b.bin models loaded primary "
-     "done", "KI-Modelle|2 von 3 geladen · 4,0 KB belegt|*|2 Modelle geladen, 1 fehlgeschlagen: "
-     "Modell-Server antwortet mit HTTP 404. (coral)|*",
-     "AI models|2 of 3 downloaded · 4.0 KB used|*|2 models loaded, 1 failed: Model server "
+    {"the batch counts its models", "served slow:mis.bin models loaded primary progress",
+     "*|[Abbrechen]{Titel mis}|*|Modell 1 von 5: Titel mis  * / 1,0 KB|*|[Abbrechen]",
+     "*|Model 1 of 5: Title mis  * / 1.0 KB|*"},
+    {"the batch goes on past a failure and reports it", "served fail:part.bin models loaded "
+     "primary done", "KI-Modelle|6 von 8 geladen · 5,0 KB belegt|*|4 Modelle geladen, 1 "
+     "fehlgeschlagen: Modell-Server antwortet mit HTTP 404. (coral)|*",
+     "AI models|6 of 8 downloaded · 5.0 KB used|*|4 models loaded, 1 failed: Model server "
      "answered HTTP 404. (coral)|*"},
-    {"the primary button cancels the batch", "three slow:a.bin models loaded primary progress "
+    {"the primary button cancels the batch", "served slow:mis.bin models loaded primary progress "
      "primary done",
      "*|Abgebrochen. 0 Modelle geladen; der Teil-Download bleibt liegen und wird fortgesetzt.|*",
      "*|Cancelled. 0 models loaded; the partial download is kept and resumed next time.|*"},
     {"leaving during a download asks it to stop; coming back does not refresh",
-     "three slow:a.bin models loaded fetch:a text is:idle models",
-     "KI-Modelle|0 von 3 geladen · 0,0 KB belegt|Titel a|1,0 KB  ·  MIT|startet …|*"},
+     "served slow:mis.bin models loaded fetch:mis text is:idle models",
+     "KI-Modelle|3 von 8 geladen · 1,0 KB belegt|Titel mis" + mitDe + "startet …|*"},
     {"the stop arrives as the download ends",
-     "three slow:a.bin models loaded fetch:a text models done", "*|" + cancelledDe + "|*"},
+     "served slow:mis.bin models loaded fetch:mis text models done", "*|" + cancelledDe + "|*"},
     // A day's trickle: if closing did not stop the work, the controller's destruction, which
     // waits for its workers, would hang until the suite's time limit.
-    {"closing the window stops a download", "three stuck:a.bin models loaded fetch:a progress", ""},
-    {"closing the window stops a list refresh", "three stuck:models.json models", ""},
+    {"closing the window stops a download",
+     "served stuck:mis.bin models loaded fetch:mis progress", ""},
+    {"closing the window stops a list refresh", "served stuck:models.json models", ""},
   });
   // clang-format on
 }
