@@ -4,18 +4,15 @@
 #include <QApplication>
 #include <QFontInfo>
 
-#include <cstdio>
-#include <cstring>
-
 #include "window/look.h"
 
+// The application comes before the first test and goes before the static objects, as Qt needs.
 int main(int argc, char** argv) {
   qputenv("QT_QPA_PLATFORM", "offscreen");
   int qtArgc = 1;
   QApplication app(qtArgc, argv);
-  // Made before the first test and gone before the static objects, as Qt needs. With
-  // "--font-chain <folder>", it prints what the two chains resolve to with that folder's fonts.
-  if (argc == 3 && std::strcmp(argv[1], "--font-chain") == 0) {
+  // "--font-chain <folder>": what the two chains resolve to with that folder's fonts registered.
+  if (argc == 3 && std::string(argv[1]) == "--font-chain") {
     velko::window::registerFontFolder(argv[2]);
     for (const QFontInfo font : {velko::window::boldFont(13), velko::window::regularFont(13)})
       std::printf("%s %d\n", font.family().toUtf8().constData(), font.weight());

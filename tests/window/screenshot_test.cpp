@@ -6,12 +6,12 @@ namespace {
 
 // The palette over the window background, as the pictures must show it.
 const QColor kBackground(28, 37, 46), kCard(38, 50, 62), kAmber(255, 161, 0), kAccent(16, 182, 239);
-const Probe kLogo{"logo stroke where the curve crosses itself", 51, 44, kAccent},
-    kWindow{"window background", 5, 5, kBackground}, kPrimary{"primary at rest", 384, 340, kAmber},
-    kCoralCircle{"coral symbol circle at 0.16", 40, 180, QColor(64, 48, 54)};
+const Probe kLogo{"logo's crossing", 51, 44, kAccent},
+    kPrimary{"primary at rest", 384, 340, kAmber}, kWindow{"window", 5, 5, kBackground},
+    kCoralCircle{"coral circle", 40, 180, QColor(64, 48, 54)};
 
 TEST(WindowPictures, TheProgramDrawsEveryScreenAndButtonsTheirStates) {
-  const Probe kCardAt{"card", 40, 160, kCard};
+  const Probe kCardAt = {"card", 40, 160, kCard};
   // clang-format off
   std::vector<Scenario> pictures = {
     // The logo's loops reach about 12 above and below its centre, past its 20-high frame.
@@ -76,12 +76,10 @@ TEST(WindowFonts, ChainsFallBackWithoutSynthesisingBold) {
   for (const auto& [name, faces, expected] : chains) {
     SCOPED_TRACE(name);
     TempDir dir;
-    fs::create_directories(dir / "system");
-    fs::create_directories(dir / "app");
     for (const char* face : {"DejaVuSans.ttf", "DejaVuSans-Bold.ttf"})
-      fs::copy_file(fonts / "dejavu" / face, dir / "system" / face);
+      writeFile(dir / "system" / face, *readFile(fonts / "dejavu" / face));
     for (const auto& [face, as] : faces)
-      fs::copy_file(fonts / "lato" / face, dir / "app" / as);
+      writeFile(dir / "app" / as, *readFile(fonts / "lato" / face));
     writeFile(dir / "fonts.conf", "<fontconfig><dir>" + (dir / "system").string() +
                                       "</dir><cachedir>" + (dir / "cache").string() +
                                       "</cachedir></fontconfig>");

@@ -23,12 +23,8 @@ namespace velko::test {
 namespace fs = std::filesystem;
 using window::KVButton;
 
-// A colour a picture must show at a place, within 3 per channel.
-struct Probe {
-  const char* what;
-  int x, y;
-  QColor color;
-};
+// What a picture must show at x, y: a colour, within 3 per channel.
+using Probe = std::tuple<const char*, int, int, QColor>;
 
 // A situation of the window in words, run in order. The scene before the launch: "ps:V" a
 // Photoshop bundle of version V, "had:V" the plug-in V installed, "running" a process named
@@ -39,14 +35,15 @@ struct Probe {
 // "slow:F" at 100 bytes a second, "stuck:F" at one, "fail:F" as an error or "serve:F" at once;
 // "rm:F" deletes F from the model folder. "shot:F" runs the shipped program, on a real X server
 // after "xcb", to its picture screenshots/F-<lang>.png. The first other word launches the window
-// in-process: "tick", "reap" (the fake Photoshop ended by SIGTERM), "loaded", "done" and "progress"
-// (wait for the list, the model work and a progress report), "scroll" (the list to its end),
-// "yes"/"no" (the answer to confirmations), "is:S" (the screen is S), "v:V" (PS.json holds V; "v:"
-// none), the pointer's "enter:B", "move:B" and "down:B" on button B, "closed" (the window ends
-// closed, else shown); any other word presses that button. Then the header's texts, `de` or `en`
-// (unchecked when empty; a '*' stands for any run of characters) and a confirmation's question must
-// be the window's texts, the picture must show the `probes` (a negative x counts from the models
-// rows' status column), and `check` must hold.
+// in-process: "tick", "reap" (the fake Photoshop ended by SIGTERM), "loaded", "done", "progress"
+// and "received" (wait for the list, the model work, a progress report and one of bytes received),
+// "scroll" (the list to its end), "yes"/"no" (the answer to confirmations), "is:S" (the screen is
+// S), "v:V" (PS.json holds V; "v:" none), the pointer's "enter:B", "move:B" and "down:B" on button
+// B, "closed" (the window ends closed, else shown), "finder" (the folder button makes the model
+// folder and hands it to the file manager); any other word presses that button. Then the header's
+// texts, `de` or `en` (unchecked when empty; a '*' stands for any run of characters) and a
+// confirmation's question must be the window's texts, the picture must show the `probes` (a
+// negative x counts from the models rows' status column), and `check` must hold.
 struct Scenario {
   const char* name;
   const char* words;
@@ -70,6 +67,12 @@ inline std::string texts(const QWidget& root) {
   }
   return all.substr(1);
 }
+
+// Receives a URL through its slot setSource, and keeps it.
+struct Opened : QTextBrowser {
+  void doSetSource(const QUrl& name, QTextDocument::ResourceType) override { url = name; }
+  QUrl url;
+};
 
 inline void play(const Scenario& s, bool english) {
   SCOPED_TRACE(std::string(s.name) + (english ? " (en)" : " (de)"));
@@ -171,14 +174,6 @@ inline void play(const Scenario& s, bool english) {
     QApplication::sendEvent(b, &enter);
     if (move) QApplication::sendEvent(b, &moved);
   };
-  const auto reap = [&] {
-    int status = 0;
-    EXPECT_EQ(waitpid(photoshop->pid(), &status, 0), photoshop->pid());
-    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM) << status;
-  };
-  const auto version = [&] {
-    return installer::installedVersion("com.example.sample", uxp).value_or("");
-  };
   const std::vector<std::string> screens = {"idle", "waiting", "done", "missing", "models"};
   // clang-format off
   const std::map<std::string, std::function<void()>> actions = {
@@ -209,16 +204,28 @@ inline void play(const Scenario& s, bool english) {
                     shotEnv["QT_QPA_PLATFORM"] = "xcb"; }},
       {"shot", run},
       {"closed", [&] { closed = true; }},
+      {"finder", [&] { Opened opened;  // takes the file manager's call in place of the desktop
+                       EXPECT_FALSE(fs::exists(models));
+                       QDesktopServices::setUrlHandler("file", &opened, "setSource");
+                       w().window()->findChild<KVButton*>("secondary")->click();
+                       QDesktopServices::unsetUrlHandler("file");
+                       EXPECT_TRUE(fs::is_directory(models));
+                       EXPECT_EQ(opened.url.toLocalFile().toStdString(), models); }},
       {"tick", [&] { w().tick(); }},
-      {"reap", reap},
+      {"reap", [&] { int status = 0;  // the quit request reached the fake Photoshop
+                     EXPECT_EQ(waitpid(photoshop->pid(), &status, 0), photoshop->pid());
+                     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM) << status; }},
       {"loaded", [&] { wait([&] { return !w().listLoading(); }); }},
       {"done", [&] { wait([&] { return !w().modelBusy(); }); }},
       {"progress", [&] { wait([&] { return texts(*w().window()).find(" / ") + 1 > 0; }); }},
+      {"received", [&] { wait([&] { return std::regex_search(texts(*w().window()),
+                                                             std::regex("[1-9][0-9]* %")); }); }},
       {"scroll", [&] { w().window()->findChild<QScrollBar*>()->setValue(999); }},
       {"yes", [&] { choice = english ? "Delete" : "Löschen"; }},
       {"no", [&] { choice = english ? "Cancel" : "Abbrechen"; }},
       {"is", [&] { EXPECT_EQ(screens.at(w().mode()), arg); }},
-      {"v", [&] { EXPECT_EQ(version(), arg); }},
+      {"v", [&] { EXPECT_EQ(installer::installedVersion("com.example.sample", uxp).value_or(""), arg);
+            }},
       {"enter", [&] { pointer(false); }},
       {"move", [&] { pointer(true); }},
       {"down", [&] { button()->setDown(true); }},
@@ -258,12 +265,12 @@ inline void play(const Scenario& s, bool english) {
   const QString detail = english ? "1.0 KB  ·  MIT" : "1,0 KB  ·  MIT";
   const int column = 60 + static_cast<int>(std::ceil(
                               QFontMetricsF(window::regularFont(11.5)).horizontalAdvance(detail)));
-  for (const Probe& p : s.probes) {
-    const QColor got = image.pixelColor(p.x < 0 ? column - p.x : p.x, p.y), &want = p.color;
-    EXPECT_TRUE(std::abs(got.red() - want.red()) <= 3 &&
-                std::abs(got.green() - want.green()) <= 3 &&
-                std::abs(got.blue() - want.blue()) <= 3)
-        << p.what << " at " << p.x << "," << p.y << ": " << got.name().toStdString();
+  for (const auto& [what, x, y, color] : s.probes) {
+    const QColor got = image.pixelColor(x < 0 ? column - x : x, y);
+    EXPECT_TRUE(std::abs(got.red() - color.red()) <= 3 &&
+                std::abs(got.green() - color.green()) <= 3 &&
+                std::abs(got.blue() - color.blue()) <= 3)
+        << what << " at " << x << "," << y << ": " << got.name().toStdString();
   }
   if (s.check) s.check(root, models);
   QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
