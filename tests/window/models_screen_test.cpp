@@ -7,8 +7,7 @@ namespace {
 TEST(ModelsScreen, RowsWorkAndSayWhatHappened) {
   using window::kAccent, window::kAmber;
   // clang-format off
-  const std::string mitDe = "|1,0 KB  ·  MIT|", mitEn = "|1.0 KB  ·  MIT|", cancelledDe =
-      "Abgebrochen. Der Teil-Download bleibt liegen und wird beim nächsten Mal fortgesetzt.";
+  const std::string mitDe = "|1,0 KB  ·  MIT|", mitEn = "|1.0 KB  ·  MIT|";
   // Installed and bundled count as downloaded; "all" is the missing, partial and updated.
   playAll({
     {"every row state", "served models loaded", "KI-Modelle|3 von 8 geladen · 1,0 KB belegt|Titel "
@@ -49,16 +48,16 @@ TEST(ModelsScreen, RowsWorkAndSayWhatHappened) {
      + mitDe + "* %|[Abbrechen]{Titel eight}|Lädt Titel eight  * / 1,0 KB|*", {},
      {{"too new a model's dot", -3, 313, kAmber}, {"bar", -1, 426, kAmber}}},
     {"cancel keeps the part", "served slow:mis.bin models loaded fetch:mis received cancel done",
-     "*|Titel mis" + mitDe + "Unterbrochen|[Fortsetzen]{Titel mis}|*|" + cancelledDe + "|*", "*|"
-     "Cancelled. The partial download is kept and resumed next time.|*"},
+     "*|Titel mis" + mitDe + "Unterbrochen|[Fortsetzen]{Titel mis}|*|Abgebrochen. Der "
+     "Teil-Download bleibt liegen und wird beim nächsten Mal fortgesetzt.|*", "*|Cancelled. The "
+     "partial download is kept and resumed next time.|*"},
     {"resume", "served slow:mis.bin models loaded fetch:mis progress cancel done serve:mis.bin "
      "fetch:mis done", "*|Titel mis" + mitDe + "Geladen|[Löschen]{Titel mis}|*|Ablage: ~/models|*"},
-    {"removal asks first", "served models loaded no remove:inst", "*|Geladen|[Löschen]{Titel inst}|"
-     "*|„Titel inst“ löschen?|Das Modell wird von diesem Mac entfernt. Du kannst es jederzeit "
-     "wieder laden.", "*|Downloaded|[Delete]{Title inst}|*|Delete “Title inst”?|The model is "
-     "removed from this Mac. You can download it again at any time."},
-    {"removal", "served models loaded yes remove:inst", "*|Titel inst" + mitDe + "Fehlt|"
-     "[Laden]{Titel inst}|*|Ablage: ~/models|*"},
+    {"removal asks first; no keeps, yes deletes", "served models loaded no remove:inst yes "
+     "remove:inst", "*|Titel inst" + mitDe + "Fehlt|[Laden]{Titel inst}|*|Ablage: ~/models|*|"
+     "„Titel inst“ löschen?|Das Modell wird von diesem Mac entfernt. Du kannst es jederzeit wieder "
+     "laden.", "*|Delete “Title inst”?|The model is removed from this Mac. You can download it "
+     "again at any time."},
     {"removal of a model gone", "served models loaded rm:inst.bin yes remove:inst", "*|Dieses "
      "Modell liegt nicht im Modell-Ordner. (coral)|*", "*|This model is not in the model folder. "
      "(coral)|*"},
@@ -76,7 +75,7 @@ TEST(ModelsScreen, RowsWorkAndSayWhatHappened) {
      "text is:idle models", "KI-Modelle|3 von 8 geladen · 1,0 KB belegt|Titel mis" + mitDe +
      "startet …|*"},
     {"the stop arrives", "served slow:mis.bin models loaded fetch:mis text models done", "*|"
-     + cancelledDe + "|*"},
+     "Abgebrochen. Der Teil-Download bleibt*"},
     // A day's trickle: if closing did not stop the work, the controller's destruction, which
     // waits for its workers, would hang until the suite's time limit.
     {"closing stops a download", "served stuck:mis.bin models loaded fetch:mis progress", ""},

@@ -11,8 +11,7 @@ int main(int argc, char** argv) {
   qputenv("QT_QPA_PLATFORM", "offscreen");
   int qtArgc = 1;
   QApplication app(qtArgc, argv);
-  // "--font-chain <folder>": what the two chains resolve to with that folder's fonts registered.
-  if (argc == 3 && std::string(argv[1]) == "--font-chain") {
+  if (argc == 3 && std::string(argv[1]) == "--font-chain") {  // the chains with these fonts
     velko::window::registerFontFolder(argv[2]);
     for (const QFontInfo font : {velko::window::boldFont(13), velko::window::regularFont(13)})
       std::printf("%s %d\n", font.family().toUtf8().constData(), font.weight());

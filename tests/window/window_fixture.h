@@ -22,25 +22,13 @@
 namespace velko::test {
 namespace fs = std::filesystem;
 
-// What a picture must show at x, y: a colour, within 3 per channel.
-using Probe = std::tuple<const char*, int, int, QColor>;
+using Probe = std::tuple<const char*, int, int, QColor>;  // a colour at x, y, within 3 a channel
 
-// A situation of the window as words, run in order. Before the launch: ps:V (a Photoshop bundle of
-// version V), had:V (the plug-in V installed), running (a process named Photoshop), assumed (the
-// option that takes Photoshop as running), auto:W (--auto W), on-models (the launch on the models
-// screen), blocked (a UXP folder that cannot be made), broken (an unreadable PS.json), no-package,
-// served (the eight models below; else the list's port is closed). At any time: slow:F, stuck:F,
-// fail:F, serve:F (the server sends model file F at 100 bytes a second, at one, as an error, at
-// once), rm:F, kept:F (F deleted; F absent but its part kept), shot:F (the shipped program's
-// picture screenshots/F-<lang>.png, on a real X server after xcb), fonts:L (the font chains'
-// answers are the texts). Then in-process: tick, reap (the fake Photoshop ended by SIGTERM),
-// loaded, done, progress, received (wait for the list, the work, a report, one of bytes), scroll
-// (the list to its end), yes, no (answer confirmations), is:S (the screen), v:V (PS.json's
-// version), enter:B, move:B, down:B (the pointer on button B), finder (the folder button makes the
-// model folder and shows it), closed (the window ends closed); any other word presses a button.
-// At the end the header, `de` or `en` (unchecked when empty; '*' stands for any run of characters)
-// and a confirmation's question must be the texts, and the picture must show the `probes` (a
-// negative x counts from the models rows' status column).
+// A situation of the window as words, run in order (see the actions below): the scene's words
+// come before the launch, the first of the window's launches it in-process, and any other word
+// presses the button of that name. At the end the header, `de` or `en` (unchecked when empty; '*'
+// stands for any run of characters) and a confirmation's question must be the texts, and the
+// picture must show the `probes` (a negative x counts from the models rows' status column).
 struct Scenario {
   const char* name;
   const char* words;
@@ -64,8 +52,7 @@ inline std::string texts(const QWidget& root) {
   return all.substr(1);
 }
 
-// Takes the URL that its slot setSource receives, and only keeps it.
-struct Opened : QTextBrowser {
+struct Opened : QTextBrowser {  // keeps the URL that its slot setSource receives, and does no more
   void doSetSource(const QUrl& name, QTextDocument::ResourceType) override { url = name; }
   QUrl url;
 };
@@ -97,10 +84,10 @@ inline void play(const Scenario& s, bool english) {
   QTimer poll;  // answers a confirmation with `choice` once it is up, after reading its question
   QObject::connect(&poll, &QTimer::timeout, [&] {
     auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-    if (box != nullptr) asked = "|" + (box->text() + "|" + box->informativeText()).toStdString();
-    for (QAbstractButton* b : box != nullptr ? box->buttons() : QList<QAbstractButton*>()) {
+    if (box == nullptr) return;
+    asked = "|" + (box->text() + "|" + box->informativeText()).toStdString();
+    for (QAbstractButton* b : box->buttons())
       if (b->text().toStdString() == choice) b->click();
-    }
   });
   poll.start(10);
   std::optional<window::KVController> c;
@@ -113,13 +100,10 @@ inline void play(const Scenario& s, bool english) {
   };
   // Runs the event loop until `done` holds; the limit only keeps a broken build from hanging.
   const auto wait = [&](const std::function<bool()>& done) {
-    QElapsedTimer clock;
-    clock.start();
-    while (!done() && clock.elapsed() < 60000)
+    for (QDeadlineTimer limit(60000); !done() && !limit.hasExpired();)
       QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
     EXPECT_TRUE(done()) << word;
   };
-
   const auto option = [&](std::initializer_list<std::string> more) { cli.insert(cli.end(), more); };
   const auto route = [&](HttpMode mode, size_t count) {
     server.http.route("/m/" + arg, {mode, std::string(1000, 'x'), count, 404});
@@ -128,16 +112,15 @@ inline void play(const Scenario& s, bool english) {
   const auto pointer = [&](bool move) {
     window::KVButton* b = button(arg);
     const QPointF at = QRectF(b->rect()).center(), global = b->mapToGlobal(at);
-    QEvent leave(QEvent::Leave);
     QEnterEvent enter(at, at, global);
     QMouseEvent moved(QEvent::MouseMove, at, global, Qt::NoButton, Qt::NoButton, Qt::NoModifier);
-    QApplication::sendEvent(b, &leave);
     QApplication::sendEvent(b, &enter);
     if (move) QApplication::sendEvent(b, &moved);
   };
   const fs::path fonts = "/usr/share/fonts/truetype";
   // clang-format off
   const std::map<std::string, std::function<void()>> actions = {
+    // The scene: ps:V a Photoshop bundle of version V, had:V the plug-in V installed before.
     {"ps", [&] { writeFile(home / "Applications" / ("Adobe Photoshop " + std::string(arg < "24" ?
                            "2022" : "2025") + ".app/Contents/Info.plist"), xmlPlist("<dict><key>"
                            "CFBundleShortVersionString</key><string>" + arg + "</string></dict>"));
@@ -145,17 +128,18 @@ inline void play(const Scenario& s, bool english) {
     {"had", [&] { writeSamplePlugin(home / arg, "com.example.sample", arg);
                   installer::install(*installer::readPluginPackage(home / arg), uxp); }},
     {"running", [&] { photoshop = std::make_unique<FakeProcess>(home.path(), "Photoshop"); }},
-    {"assumed", [&] { o.assumeRunning = true; }}, {"closed", [&] { closed = true; }},
+    {"assumed", [&] { o.assumeRunning = true; }},  // Photoshop taken as running, by the option
     {"auto", [&] { o.autoAction = arg; option({"--auto", arg}); }},
-    {"on-models", [&] { o.openModels = true; option({"--models"}); }},
-    {"blocked", [&] { writeFile(home / "blocker", "");
+    {"on-models", [&] { o.openModels = true; option({"--models"}); }},  // the launch on models
+    {"blocked", [&] { writeFile(home / "blocker", "");  // a UXP folder that cannot be made
                       o.uxpBaseDir = home / "blocker/uxp";
                       option({"--uxp-base-dir", o.uxpBaseDir}); }},
     {"broken", [&] { writeFile(uxp / "PluginsInfo/v1/PS.json", "{"); }},
     {"no-package", [&] { o.package.reset(); option({"--plugin", uxp}); }},
-    // Eight models of 1000 "x": "mis" missing, "part" partly downloaded, "inst" installed, "upd"
-    // installed with an update, "bun" bundled, "new" too new for the application, "nolic" missing
-    // and without a licence, "eight" missing.
+    // Eight models of 1000 "x" on the server: "mis" missing, "part" partly downloaded, "inst"
+    // installed, "upd" installed with an update, "bun" bundled, "new" too new for the application,
+    // "nolic" missing and without a licence, "eight" missing. Without them the list's port is
+    // closed and refuses at once.
     {"served", [&] {
       const std::string x(1000, 'x');
       nlohmann::json tooNew = fileModel("new", x), noLicense = fileModel("nolic", x);
@@ -175,15 +159,13 @@ inline void play(const Scenario& s, bool english) {
       o.modelStoreOptions.publicKey = developmentPublicKey();
       shotEnv.insert({{"VELKO_MODEL_LIST_URL", server.listUrl()}, {"VELKO_MODEL_STORE", models}});
     }},
-    {"slow", [&] { route(HttpMode::Trickle, 100); }},
-    {"stuck", [&] { route(HttpMode::Trickle, 1); }},
-    {"fail", [&] { route(HttpMode::Status, 0); }}, {"serve", [&] { route(HttpMode::Serve, 0); }},
+    // At any time: how the server sends the model file F, F deleted, F absent but its part kept.
+    {"slow", [&] { route(HttpMode::Trickle, 100); }}, {"serve", [&] { route(HttpMode::Serve, 0); }},
+    {"fail", [&] { route(HttpMode::Status, 0); }}, {"stuck", [&] { route(HttpMode::Trickle, 1); }},
     {"rm", [&] { fs::remove(models / arg); }},
     {"kept", [&] { EXPECT_FALSE(fs::exists(models / arg));
                    EXPECT_TRUE(fs::exists(models / ".downloads" / (arg + ".part"))); }},
-    {"xcb", [&] { cli.insert(cli.begin(), {"/usr/bin/xvfb-run", "-a", "-s",
-                                           "-screen 0 1280x800x24"});
-                  shotEnv["QT_QPA_PLATFORM"] = "xcb"; }},
+    // Instead of the window in-process: shot:F the program's picture, screenshots/F-<lang>.png
     {"shot", [&] {
       const std::string path = VELKO_SCREENSHOT_DIR "/" + arg + (english ? "-en.png" : "-de.png");
       fs::create_directories(VELKO_SCREENSHOT_DIR);
@@ -194,8 +176,8 @@ inline void play(const Scenario& s, bool english) {
       image = QImage(QString::fromStdString(path));
       shot = external = true;
     }},
-    // This program as the chains' probe, its fontconfig seeing DejaVu alone and its folder the Lato
-    // faces of arg ("face=name,...").
+    // ... or fonts:L this program as the font chains' probe, their answers the texts: its
+    // fontconfig sees DejaVu alone, its font folder the Lato faces of L ("face=name,...").
     {"fonts", [&] {
       for (const char* face : {"DejaVuSans.ttf", "DejaVuSans-Bold.ttf"})
         writeFile(home / "system" / face, *readFile(fonts / "dejavu" / face));
@@ -209,6 +191,7 @@ inline void play(const Scenario& s, bool english) {
                           {{"FONTCONFIG_FILE", home / "fonts.conf"}}).out;
       external = true;
     }},
+    // The window's: the folder button makes the model folder and hands it to the file manager.
     {"finder", [&] {
       Opened opened;  // takes the file manager's call in place of the desktop
       EXPECT_FALSE(fs::exists(models));
@@ -218,23 +201,24 @@ inline void play(const Scenario& s, bool english) {
       EXPECT_TRUE(fs::is_directory(models));
       EXPECT_EQ(opened.url.toLocalFile().toStdString(), models);
     }},
-    {"tick", [&] { w().tick(); }},
-    {"reap", [&] { int status = 0;  // the quit request reached the fake Photoshop
+    {"tick", [&] { w().tick(); }}, {"closed", [&] { closed = true; }},  // else it ends shown
+    {"reap", [&] { int status = 0;  // the quit request ended the fake Photoshop
                    EXPECT_EQ(waitpid(photoshop->pid(), &status, 0), photoshop->pid());
                    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM) << status; }},
+    // Waits for the list, the model work, a progress report, a report of bytes received.
     {"loaded", [&] { wait([&] { return !w().listLoading(); }); }},
     {"done", [&] { wait([&] { return !w().modelBusy(); }); }},
     {"progress", [&] { wait([&] { return texts(*w().window()).find(" / ") + 1 > 0; }); }},
     {"received", [&] { wait([&] { return std::regex_search(texts(*w().window()),
                                                            std::regex("[1-9]0* %")); }); }},
-    {"scroll", [&] { w().window()->findChild<QScrollBar*>()->setValue(999); }},
-    {"yes", [&] { choice = english ? "Delete" : "Löschen"; }},
+    {"scroll", [&] { w().window()->findChild<QScrollBar*>()->setValue(999); }},  // to the end
+    {"yes", [&] { choice = english ? "Delete" : "Löschen"; }},  // answers to confirmations
     {"no", [&] { choice = english ? "Cancel" : "Abbrechen"; }},
     {"is", [&] { EXPECT_EQ((std::vector<std::string>{"idle", "waiting", "done", "missing",
                                                      "models"}.at(w().mode())), arg); }},
     {"v", [&] { EXPECT_EQ(installer::installedVersion("com.example.sample", uxp).value_or(""),
-                          arg); }},
-    {"enter", [&] { pointer(false); }}, {"move", [&] { pointer(true); }},
+                          arg); }},  // PS.json's version; "v:" none
+    {"enter", [&] { pointer(false); }}, {"move", [&] { pointer(true); }},  // the pointer on B
     {"down", [&] { button(arg)->setDown(true); }},
   };
   // clang-format on
