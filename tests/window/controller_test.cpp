@@ -1,139 +1,93 @@
-// The window's state machine driven through its real buttons and tick, with real folders, PS.json
-// and a real process named like Photoshop.
-#include <sys/wait.h>
-
-#include <csignal>
-#include <memory>
-
-#include "installer/registered_version.h"
+// The main screens' transitions and every text they show in both languages, one scenario a row.
 #include "tests/window/window_fixture.h"
 
 namespace velko::test {
 namespace {
 
-using window::Mode;
-
-enum class Photoshop { None, Compatible, CompatibleRunning, CompatibleAssumedRunning, OldRunning };
-
-struct Transition {
-  const char* name;
-  bool package;
-  const char* installedBefore;  // "" for none
-  Photoshop photoshop;
-  std::string autoAction;
-  bool openModels;
-  bool failing;                    // the UXP folder cannot be made
-  std::vector<std::string> steps;  // button object names, or "tick"
-  Mode mode;                       // where the window ends
-  const char* installedAfter;      // PS.json's version afterwards; "" for none
-  bool open;                       // the window is still open
-};
-
-TEST(WindowController, TransitionsFollowButtonsTickAndLaunchOptions) {
-  using P = Photoshop;
+TEST(WindowScreens, ButtonsTickAndLaunchLeadToScreensThatSayWhatHappened) {
   // clang-format off
-  const std::vector<Transition> table = {
-      // name, package, installed before, Photoshop, --auto, --models, failing UXP folder,
-      // steps, final mode, installed after, window open
-      {"install from idle", true, "", P::Compatible, "", false, false,
-       {"primary"}, window::ModeDone, "1.2.0", true},
-      {"uninstall from idle", true, "1.0.0", P::Compatible, "", false, false,
-       {"secondary"}, window::ModeDone, "", true},
-      {"install anyway without a compatible Photoshop", true, "", P::None, "", false, false,
-       {"text"}, window::ModeDone, "1.2.0", true},
-      {"disabled install does nothing", true, "", P::None, "", false, false,
-       {"primary"}, window::ModeIdle, "", true},
-      {"running Photoshop makes install wait", true, "", P::CompatibleRunning, "", false, false,
-       {"primary", "tick"}, window::ModeWaiting, "", true},
-      {"install anyway waits too", true, "", P::OldRunning, "", false, false,
-       {"text"}, window::ModeWaiting, "", true},
-      {"uninstall waits", true, "1.2.0", P::CompatibleRunning, "", false, false,
-       {"secondary"}, window::ModeWaiting, "1.2.0", true},
-      {"cancel goes back to idle", true, "", P::CompatibleRunning, "", false, false,
-       {"primary", "text"}, window::ModeIdle, "", true},
-      {"assumed running waits for ever", true, "", P::CompatibleAssumedRunning, "", false, false,
-       {"primary", "primary", "tick", "tick"}, window::ModeWaiting, "", true},
-      {"auto install does not wait for Photoshop", true, "", P::CompatibleRunning, "install", false, false,
-       {}, window::ModeDone, "1.2.0", true},
-      {"auto uninstall", true, "1.2.0", P::None, "uninstall", false, false,
-       {}, window::ModeDone, "", true},
-      {"auto uninstall does not wait for Photoshop", true, "1.2.0", P::CompatibleRunning, "uninstall", false, false,
-       {}, window::ModeDone, "", true},
-      {"auto install without a package", false, "", P::Compatible, "install", false, false,
-       {}, window::ModePluginMissing, "", true},
-      {"auto uninstall without a package", false, "1.2.0", P::Compatible, "uninstall", false, false,
-       {}, window::ModePluginMissing, "1.2.0", true},
-      {"try again after a failure", true, "", P::Compatible, "", false, true,
-       {"primary", "secondary"}, window::ModeIdle, "", true},
-      {"done quits", true, "", P::Compatible, "", false, false,
-       {"primary", "primary"}, window::ModeDone, "1.2.0", false},
-      {"quit from idle", true, "", P::Compatible, "", false, false,
-       {"text"}, window::ModeIdle, "", false},
-      {"quit without a package", false, "", P::Compatible, "", false, false,
-       {"primary"}, window::ModePluginMissing, "", false},
-      {"models from idle", true, "", P::Compatible, "", false, false,
-       {"models"}, window::ModeModels, "", true},
-      {"models without a package and back", false, "", P::Compatible, "", false, false,
-       {"secondary", "text"}, window::ModePluginMissing, "", true},
-      // "text" quits from idle: the window still open proves the launch landed on models.
-      {"launch on models, back to idle", true, "", P::Compatible, "", true, false,
-       {"text"}, window::ModeIdle, "", true},
-  };
+  // The waiting screen's picture, which the program cannot be asked for from the command line.
+  const QColor amber(255, 161, 0);
+  const std::vector<Probe> waiting = {{"card", 40, 160, QColor(38, 50, 62)},
+                                      {"amber dot", 53, 177, amber}, {"primary", 356, 340, amber}};
+  playAll({
+    {"install, Done closes", "ps:26.1 primary is:done v:1.2.0 primary closed", "✓|Installiert|"
+     "Sample Plugin 1.2.0 ist installiert. Photoshop starten: Das Plugin erscheint im Menü "
+     "„Plugins“.|[Fertig]", "✓|Installed|Sample Plugin 1.2.0 is installed. Start Photoshop: the "
+     "plugin appears in the \"Plugins\" menu.|[Done]"},
+    {"update", "ps:26.1 had:1.0.0 primary is:done v:1.2.0", "✓|Aktualisiert|Sample Plugin wurde "
+     "von Version 1.0.0 auf Version 1.2.0 aktualisiert. Ältere Versionen sind entfernt. *", "✓|"
+     "Updated|Sample Plugin was updated from version 1.0.0 to version 1.2.0. Older versions were "
+     "removed. *"},
+    {"reinstall", "ps:26.1 had:1.2.0 primary is:done v:1.2.0", "✓|Neu installiert|Sample Plugin "
+     "1.2.0 wurde neu installiert. *", "✓|Reinstalled|Sample Plugin 1.2.0 was reinstalled. *"},
+    {"uninstall", "ps:26.1 had:1.0.0 secondary is:done v:", "✓|Deinstalliert|Sample Plugin wurde "
+     "entfernt. Beim nächsten Start von Photoshop ist das Plugin verschwunden.|[Fertig]", "✓|"
+     "Uninstalled|Sample Plugin was removed. The plugin is gone the next time Photoshop starts.|"
+     "[Done]"},
+    {"nothing to uninstall", "auto:uninstall is:done", "i|Nichts zu deinstallieren|Sample Plugin "
+     "war nicht installiert.|[Fertig]", "i|Nothing to uninstall|Sample Plugin was not installed.|"
+     "[Done]"},
+    {"failed install", "ps:26.1 blocked primary is:done", "! (coral)|Das hat nicht geklappt|Die "
+     "Installation ist fehlgeschlagen. Photoshop und vorhandene Plugins bleiben unverändert "
+     "benutzbar.|Details: Konnte Plugins/External nicht anlegen: *|[Fertig]|[Erneut versuchen]",
+     "! (coral)|That did not work|The installation failed. Photoshop and existing plugins remain "
+     "usable as before.|Details: Could not create Plugins/External: *|[Done]|[Try again]"},
+    {"failed uninstall", "broken auto:uninstall is:done", "! (coral)|Das hat nicht geklappt|Die "
+     "Deinstallation ist fehlgeschlagen.|Details: *|[Fertig]|[Erneut versuchen]", "! (coral)|That "
+     "did not work|The uninstall failed.|Details: *|[Done]|[Try again]"},
+    {"try again", "ps:26.1 blocked primary secondary is:idle", ""},
+    {"install disabled", "primary is:idle v:", "Kein Photoshop gefunden, nötig ist Version 24.2.0 "
+     "oder neuer|Nicht installiert|Die Installation gilt für den aktuellen Benutzer und braucht "
+     "keine Administratorrechte.|[KI-Modelle verwalten …]|[Installieren] (off)|[Trotzdem "
+     "installieren]", "No Photoshop found, version 24.2.0 or newer is required|Not installed|The "
+     "installation applies to the current user and needs no administrator rights.|[Manage AI "
+     "models …]|[Install] (off)|[Install anyway]"},
+    {"install anyway", "text is:done v:1.2.0", ""},
+    {"too old a Photoshop", "ps:23.5 had:1.0.0", "Adobe Photoshop 2022 (23.5) ist zu alt, nötig "
+     "ist 24.2.0 oder neuer|Installiert: Version 1.0.0, Version 1.2.0 liegt bereit|*|"
+     "[Aktualisieren] (off)|[Deinstallieren]|[Trotzdem installieren]", "Adobe Photoshop 2022 "
+     "(23.5) is too old, 24.2.0 or newer is required|Installed: version 1.0.0, version 1.2.0 is "
+     "ready|*|[Update] (off)|[Uninstall]|[Install anyway]"},
+    {"quit", "ps:26.1 had:2.0.0 text is:idle closed", "Adobe Photoshop 2025 (26.1) gefunden|"
+     "Installiert: Version 2.0.0, Version 1.2.0 liegt bereit|*|[Aktualisieren]|[Deinstallieren]|"
+     "[Beenden]", "Adobe Photoshop 2025 (26.1) found|Installed: version 2.0.0, version 1.2.0 is "
+     "ready|*|[Update]|[Uninstall]|[Quit]"},
+    {"install waits for Photoshop", "ps:26.1 running primary tick is:waiting v:", "Photoshop läuft|"
+     "Photoshop muss beendet sein, bevor das Plugin installiert wird. Photoshop fragt beim Beenden "
+     "selbst nach ungespeicherter Arbeit.|[Photoshop beenden]|[Abbrechen]", "Photoshop is running|"
+     "Photoshop must be closed before the plugin is installed. Photoshop itself asks about unsaved "
+     "work when quitting.|[Quit Photoshop]|[Cancel]", waiting},
+    {"install anyway waits", "ps:23.0 running text is:waiting", ""},
+    {"uninstall waits", "ps:26.1 running had:1.2.0 secondary is:waiting v:1.2.0", ""},
+    {"cancel the wait", "ps:23.5 ps:26.1 running had:1.2 primary text is:idle v:1.2", "Adobe "
+     "Photoshop 2025 (26.1) gefunden, läuft gerade|Installiert: Version 1.2 (aktuell)|Photoshop "
+     "muss vor dem Installieren beendet sein. Der Installer bittet beim Start darum.|[KI-Modelle "
+     "verwalten …]|[Neu installieren]|[Deinstallieren]|[Beenden]", "Adobe Photoshop 2025 (26.1) "
+     "found, currently running|Installed: version 1.2 (up to date)|Photoshop must be closed before "
+     "installing. The installer asks for it when you start.|[Manage AI models …]|[Reinstall]|"
+     "[Uninstall]|[Quit]"},
+    {"waiting for ever", "ps:26.1 assumed primary primary tick tick is:waiting", "Photoshop läuft|"
+     "Warte auf Photoshop…|[Photoshop beenden] (off)|[Abbrechen]", "Photoshop is running|Waiting "
+     "for Photoshop…|[Quit Photoshop] (off)|[Cancel]"},
+    // A Mac asks through NSWorkspace, which the fake Photoshop, a copy of sleep, does not hear.
+    {"quit request, tick installs",
+     onLinux() ? "ps:26.1 running primary primary reap tick is:done v:1.2.0" : "", ""},
+    {"auto install does not wait", "ps:26.1 running auto:install is:done v:1.2.0", ""},
+    {"auto uninstall does not wait", "ps:26.1 running had:1.2.0 auto:uninstall is:done v:", ""},
+    {"no package", "had:1.2.0 no-package auto:uninstall primary is:missing v:1.2.0 closed",
+     "Plugin nicht gefunden|! (coral)|Der Installer findet das Plugin nicht. Bitte direkt aus dem "
+     "Disk-Image starten und nicht vorher an einen anderen Ort kopieren.|[Beenden]|[KI-Modelle …]",
+     "Plugin not found|! (coral)|The installer cannot find the plugin. Please run it directly from "
+     "the disk image without copying it elsewhere first.|[Quit]|[AI models …]"},
+    {"models", "ps:26.1 models is:models", "KI-Modelle|Liste wird geladen …|Die Liste wird vom "
+     "Solstice-Tools-Server geholt …|Ablage: ~/models|[Zurück]|[Im Finder zeigen]|[Alle geladen] "
+     "(off)", "AI models|Loading the list …|Fetching the list from the Solstice Tools server …|"
+     "Stored in: ~/models|[Back]|[Show in Finder]|[All downloaded] (off)"},
+    {"models without a package, back", "no-package secondary is:models text is:missing", ""},
+    {"launch on models, back", "ps:26.1 on-models is:models text is:idle", ""},
+  });
   // clang-format on
-  for (const Transition& row : table) {
-    SCOPED_TRACE(row.name);
-    Scene scene;
-    if (*row.installedBefore != '\0') scene.preinstall(row.installedBefore);
-    scene.addPhotoshop("Adobe Photoshop 2025", row.photoshop == P::OldRunning ? "23.0" : "26.1");
-    if (row.photoshop == P::None) fs::remove_all(scene.dir_ / "Applications");
-    std::unique_ptr<FakeProcess> running;
-    if (row.photoshop == P::CompatibleRunning || row.photoshop == P::OldRunning) {
-      running = std::make_unique<FakeProcess>(scene.dir_ / "bin", "Photoshop");
-    }
-    window::ControllerOptions options = scene.options();
-    if (!row.package) options.package.reset();
-    if (row.failing) options.uxpBaseDir = scene.blockedUxp().string();
-    options.assumeRunning = row.photoshop == P::CompatibleAssumedRunning;
-    options.autoAction = row.autoAction;
-    options.openModels = row.openModels;
-
-    Window window(options);
-    for (const std::string& step : row.steps) {
-      if (step == "tick") {
-        window.controller().tick();
-      } else {
-        window.press(QString::fromStdString(step));
-      }
-    }
-    EXPECT_EQ(window.controller().mode(), row.mode);
-    EXPECT_EQ(installer::installedVersion(Scene::kId, scene.uxp()).value_or(""),
-              row.installedAfter);
-    EXPECT_EQ(window.widget().isVisible(), row.open);
-    EXPECT_EQ(window.widget().height(), row.mode == window::ModeModels ? 560 : 400);
-  }
-}
-
-// The whole road of an install that has to wait: the request reaches the fake Photoshop, it ends,
-// and the next tick installs without another press.
-TEST(WindowController, QuitPhotoshopThenTickInstalls) {
-  if (!onLinux()) {
-    GTEST_SKIP() << "a Mac asks applications to quit through NSWorkspace, and the fake Photoshop "
-                    "(a copy of sleep) is none";
-  }
-  Scene scene;
-  scene.addPhotoshop("Adobe Photoshop 2025", "26.1");
-  FakeProcess photoshop(scene.dir_ / "bin", "Photoshop");
-  Window window(scene.options(true));
-  window.press("primary");
-  ASSERT_EQ(window.controller().mode(), window::ModeWaiting);
-  window.press("primary");
-  int status = 0;
-  ASSERT_EQ(waitpid(photoshop.pid(), &status, 0), photoshop.pid());
-  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM) << "status " << status;
-
-  window.controller().tick();
-  EXPECT_EQ(window.controller().mode(), window::ModeDone);
-  EXPECT_EQ(installer::installedVersion(Scene::kId, scene.uxp()), "1.2.0");
 }
 
 }  // namespace
