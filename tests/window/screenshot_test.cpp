@@ -15,6 +15,8 @@ TEST(WindowPictures, TheProgramDrawsEveryScreenAndButtonsTheirStates) {
     // The logo's loops reach about 12 above and below its centre, past its 20-high frame.
     {"idle", "ps:26.1 shot:idle", "", {}, {kWindow, kLogo, kCardAt, kPrimary, {"logo tip", 68, 44,
      kAccent}, {"logo top", 61, 32, kAccent}, {"logo bottom", 40, 55, kAccent}}},
+    {"idle on a real X server", "ps:26.1 xcb shot:xvfb-idle", "", {},
+     {kWindow, kLogo, kCardAt, kPrimary}},
     {"installed", "auto:install shot:installed", "", {},
      {kWindow, kLogo, {"accent circle", 40, 180, QColor(26, 60, 77)}, kPrimary}},
     {"failed", "blocked auto:install shot:failed", "", {},

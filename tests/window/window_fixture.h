@@ -165,6 +165,10 @@ inline void play(const Scenario& s, bool english) {
     {"rm", [&] { fs::remove(models / arg); }},
     {"kept", [&] { EXPECT_FALSE(fs::exists(models / arg));
                    EXPECT_TRUE(fs::exists(models / ".downloads" / (arg + ".part"))); }},
+    // The program on a real X server (Xvfb) through Qt's xcb platform instead of offscreen.
+    {"xcb", [&] { cli.insert(cli.begin(), {"/usr/bin/xvfb-run", "-a", "-s",
+                                           "-screen 0 1280x800x24"});
+                  shotEnv["QT_QPA_PLATFORM"] = "xcb"; }},
     // Instead of the window in-process: shot:F the program's picture, screenshots/F-<lang>.png
     {"shot", [&] {
       const std::string path = VELKO_SCREENSHOT_DIR "/" + arg + (english ? "-en.png" : "-de.png");
