@@ -1,4 +1,5 @@
 // One blocking HTTP request on libcurl's easy interface; the three callbacks share one context.
+// libcurl is opened on the first request, not linked: the plug-in road never pays for loading it.
 #include "nodes/http_engine.h"
 
 #include <curl/curl.h>
@@ -6,8 +7,9 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
-#include <mutex>
 #include <string_view>
+
+#include "platform/platform.h"
 
 namespace velko::nodes::detail {
 namespace {
@@ -28,9 +30,59 @@ struct TransferContext {
   bool tooLarge = false;
 };
 
-void ensureCurlInitialized() {
-  static std::once_flag once;
-  std::call_once(once, [] { curl_global_init(CURL_GLOBAL_ALL); });
+// The libcurl functions the engine calls, found in the library opened at run time. The header
+// gives only types and constants; every call goes through here.
+struct Curl {
+  decltype(&::curl_global_init) globalInit = nullptr;
+  decltype(&::curl_easy_init) easyInit = nullptr;
+  decltype(&::curl_easy_setopt) easySetopt = nullptr;
+  decltype(&::curl_easy_perform) easyPerform = nullptr;
+  decltype(&::curl_easy_getinfo) easyGetinfo = nullptr;
+  decltype(&::curl_easy_cleanup) easyCleanup = nullptr;
+  decltype(&::curl_easy_strerror) easyStrerror = nullptr;
+  decltype(&::curl_slist_append) slistAppend = nullptr;
+  decltype(&::curl_slist_free_all) slistFreeAll = nullptr;
+  std::string error;  // why the library is unusable; empty when every function above was found
+};
+
+// Points `function` at the symbol `name`; on failure records the first missing name in `missing`.
+template <typename Function>
+void findSymbol(void* library, const char* name, Function& function, std::string& missing) {
+  function = reinterpret_cast<Function>(platform::librarySymbol(library, name));
+  if (function == nullptr && missing.empty()) missing = name;
+}
+
+Curl loadCurl() {
+  Curl table;
+  std::string reason;
+  void* library = platform::openLibrary(VELKO_LIBCURL_FILE, &reason);
+  if (library == nullptr) {
+    table.error = "libcurl could not be loaded: " + reason;
+    return table;
+  }
+  std::string missing;
+  findSymbol(library, "curl_global_init", table.globalInit, missing);
+  findSymbol(library, "curl_easy_init", table.easyInit, missing);
+  findSymbol(library, "curl_easy_setopt", table.easySetopt, missing);
+  findSymbol(library, "curl_easy_perform", table.easyPerform, missing);
+  findSymbol(library, "curl_easy_getinfo", table.easyGetinfo, missing);
+  findSymbol(library, "curl_easy_cleanup", table.easyCleanup, missing);
+  findSymbol(library, "curl_easy_strerror", table.easyStrerror, missing);
+  findSymbol(library, "curl_slist_append", table.slistAppend, missing);
+  findSymbol(library, "curl_slist_free_all", table.slistFreeAll, missing);
+  if (!missing.empty()) {
+    table.error = "libcurl could not be loaded: " VELKO_LIBCURL_FILE " has no " + missing;
+    return table;
+  }
+  // Once, before any handle, while the static's guard keeps every other first caller waiting.
+  table.globalInit(CURL_GLOBAL_ALL);
+  return table;
+}
+
+// Loaded by the first caller; a concurrent first call waits for it (a function-local static).
+const Curl& curlLibrary() {
+  static const Curl table = loadCurl();
+  return table;
 }
 
 size_t writeBody(char* data, size_t size, size_t count, void* userdata) {
@@ -118,21 +170,21 @@ int progress(void* userdata, curl_off_t expected, curl_off_t received, curl_off_
   return 0;
 }
 
-void setTimeLimits(CURL* curl, const HttpRequest& request) {
+void setTimeLimits(const Curl& api, CURL* curl, const HttpRequest& request) {
   if (request.timeoutMs > 0) {
-    curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, static_cast<long>(request.timeoutMs));
+    api.easySetopt(curl, CURLOPT_TIMEOUT_MS, static_cast<long>(request.timeoutMs));
   } else if (request.stallTimeoutMs <= 0) {
     // No limit of any kind: end at once rather than run unbounded.
-    curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, 1L);
+    api.easySetopt(curl, CURLOPT_TIMEOUT_MS, 1L);
   }
   const long connectMs = request.timeoutMs >= 1 && request.timeoutMs <= kMaxConnectTimeoutMs
                              ? static_cast<long>(request.timeoutMs)
                              : kMaxConnectTimeoutMs;
-  curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT_MS, connectMs);
+  api.easySetopt(curl, CURLOPT_CONNECTTIMEOUT_MS, connectMs);
   if (request.stallTimeoutMs > 0) {
-    curl_easy_setopt(curl, CURLOPT_LOW_SPEED_LIMIT, 1L);
-    curl_easy_setopt(curl, CURLOPT_LOW_SPEED_TIME,
-                     std::max(1L, static_cast<long>(request.stallTimeoutMs / 1000)));
+    api.easySetopt(curl, CURLOPT_LOW_SPEED_LIMIT, 1L);
+    api.easySetopt(curl, CURLOPT_LOW_SPEED_TIME,
+                   std::max(1L, static_cast<long>(request.stallTimeoutMs / 1000)));
   }
 }
 
@@ -140,8 +192,12 @@ void setTimeLimits(CURL* curl, const HttpRequest& request) {
 
 HttpResponse httpPerform(const HttpRequest& request, const std::function<bool()>& cancel) {
   HttpResponse response;
-  ensureCurlInitialized();
-  CURL* curl = curl_easy_init();
+  const Curl& api = curlLibrary();
+  if (!api.error.empty()) {
+    response.error = api.error;
+    return response;
+  }
+  CURL* curl = api.easyInit();
   if (curl == nullptr) {
     response.error = "curl_easy_init failed";
     return response;
@@ -150,54 +206,54 @@ HttpResponse httpPerform(const HttpRequest& request, const std::function<bool()>
   context.cancel = &cancel;
 
   // Only HTTP and HTTPS are ever spoken, also after a redirect.
-  curl_easy_setopt(curl, CURLOPT_URL, request.url.c_str());
-  curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "http,https");
-  curl_easy_setopt(curl, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
-  curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
-  curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, request.followRedirects ? 1L : 0L);
-  curl_easy_setopt(curl, CURLOPT_MAXREDIRS, 5L);
-  setTimeLimits(curl, request);
-  curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, writeBody);
-  curl_easy_setopt(curl, CURLOPT_WRITEDATA, &context);
-  curl_easy_setopt(curl, CURLOPT_HEADERFUNCTION, writeHeader);
-  curl_easy_setopt(curl, CURLOPT_HEADERDATA, &context);
-  curl_easy_setopt(curl, CURLOPT_NOPROGRESS, 0L);
-  curl_easy_setopt(curl, CURLOPT_XFERINFOFUNCTION, progress);
-  curl_easy_setopt(curl, CURLOPT_XFERINFODATA, &context);
-  curl_easy_setopt(curl, CURLOPT_USERAGENT,
-                   request.userAgent.empty() ? "VELKO API-Aufruf" : request.userAgent.c_str());
+  api.easySetopt(curl, CURLOPT_URL, request.url.c_str());
+  api.easySetopt(curl, CURLOPT_PROTOCOLS_STR, "http,https");
+  api.easySetopt(curl, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+  api.easySetopt(curl, CURLOPT_NOSIGNAL, 1L);
+  api.easySetopt(curl, CURLOPT_FOLLOWLOCATION, request.followRedirects ? 1L : 0L);
+  api.easySetopt(curl, CURLOPT_MAXREDIRS, 5L);
+  setTimeLimits(api, curl, request);
+  api.easySetopt(curl, CURLOPT_WRITEFUNCTION, writeBody);
+  api.easySetopt(curl, CURLOPT_WRITEDATA, &context);
+  api.easySetopt(curl, CURLOPT_HEADERFUNCTION, writeHeader);
+  api.easySetopt(curl, CURLOPT_HEADERDATA, &context);
+  api.easySetopt(curl, CURLOPT_NOPROGRESS, 0L);
+  api.easySetopt(curl, CURLOPT_XFERINFOFUNCTION, progress);
+  api.easySetopt(curl, CURLOPT_XFERINFODATA, &context);
+  api.easySetopt(curl, CURLOPT_USERAGENT,
+                 request.userAgent.empty() ? "VELKO API-Aufruf" : request.userAgent.c_str());
   // A sink gets the file's own bytes, so compression is offered only when the body stays here.
-  if (!request.onBody) curl_easy_setopt(curl, CURLOPT_ACCEPT_ENCODING, "");
+  if (!request.onBody) api.easySetopt(curl, CURLOPT_ACCEPT_ENCODING, "");
 
   if (request.method.empty() || request.method == "GET") {
-    curl_easy_setopt(curl, CURLOPT_HTTPGET, 1L);
+    api.easySetopt(curl, CURLOPT_HTTPGET, 1L);
   } else {
-    curl_easy_setopt(curl, CURLOPT_CUSTOMREQUEST, request.method.c_str());
+    api.easySetopt(curl, CURLOPT_CUSTOMREQUEST, request.method.c_str());
     if (!(request.method == "DELETE" && request.body.empty())) {
-      curl_easy_setopt(curl, CURLOPT_POSTFIELDS, request.body.data());
-      curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE_LARGE,
-                       static_cast<curl_off_t>(request.body.size()));
+      api.easySetopt(curl, CURLOPT_POSTFIELDS, request.body.data());
+      api.easySetopt(curl, CURLOPT_POSTFIELDSIZE_LARGE,
+                     static_cast<curl_off_t>(request.body.size()));
     }
   }
 
   curl_slist* resolveList = nullptr;
   for (const std::string& entry : request.resolve) {
-    resolveList = curl_slist_append(resolveList, entry.c_str());
+    resolveList = api.slistAppend(resolveList, entry.c_str());
   }
-  if (resolveList != nullptr) curl_easy_setopt(curl, CURLOPT_RESOLVE, resolveList);
+  if (resolveList != nullptr) api.easySetopt(curl, CURLOPT_RESOLVE, resolveList);
 
-  curl_slist* headerList = curl_slist_append(nullptr, "Expect:");
+  curl_slist* headerList = api.slistAppend(nullptr, "Expect:");
   for (const auto& [name, value] : request.headers) {
-    headerList = curl_slist_append(headerList, (name + ": " + value).c_str());
+    headerList = api.slistAppend(headerList, (name + ": " + value).c_str());
   }
-  curl_easy_setopt(curl, CURLOPT_HTTPHEADER, headerList);
+  api.easySetopt(curl, CURLOPT_HTTPHEADER, headerList);
 
-  const CURLcode code = curl_easy_perform(curl);
+  const CURLcode code = api.easyPerform(curl);
   long responseCode = 0;
-  curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &responseCode);
-  curl_slist_free_all(resolveList);
-  curl_slist_free_all(headerList);
-  curl_easy_cleanup(curl);
+  api.easyGetinfo(curl, CURLINFO_RESPONSE_CODE, &responseCode);
+  api.slistFreeAll(resolveList);
+  api.slistFreeAll(headerList);
+  api.easyCleanup(curl);
 
   if (code == CURLE_OK) {
     response.status = static_cast<int32_t>(responseCode);
@@ -210,11 +266,11 @@ HttpResponse httpPerform(const HttpRequest& request, const std::function<bool()>
     response.error = "cancelled";
   } else if (code == CURLE_OPERATION_TIMEDOUT) {
     response.timedOut = true;
-    response.error = curl_easy_strerror(code);
+    response.error = api.easyStrerror(code);
   } else if (context.tooLarge) {
     response.error = "response larger than 512 MB";
   } else {
-    response.error = curl_easy_strerror(code);
+    response.error = api.easyStrerror(code);
   }
   return response;
 }

@@ -1,5 +1,5 @@
 // One blocking HTTP request on libcurl's easy interface: a request record in, a response record
-// out.
+// out. libcurl is opened at run time on the first request.
 #pragma once
 
 #include <cstddef>
@@ -47,7 +47,8 @@ struct HttpResponse {
 // Runs `request` once on the calling thread: no retry, no connection reuse, no cache. `cancel`
 // may be empty; it is polled during the transfer, also while no data arrives, and true stops it.
 // On failure `status` is 0, `body` is empty and `error` holds "cancelled", "response larger than
-// 512 MB", "curl_easy_init failed" or libcurl's own text (with `timedOut` set for a timeout).
+// 512 MB", "curl_easy_init failed", "libcurl could not be loaded: " and the loader's reason (the
+// library is opened on the first call), or libcurl's own text (with `timedOut` set for a timeout).
 HttpResponse httpPerform(const HttpRequest& request, const std::function<bool()>& cancel);
 
 }  // namespace velko::nodes::detail

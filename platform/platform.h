@@ -119,6 +119,19 @@ class FileLock {
 // The path of the running executable, with links resolved. Empty when it cannot be found.
 std::filesystem::path executablePath();
 
+// Where the application keeps its module `name` (a file name without extension): beside the
+// executable on Linux, in the bundle's Contents/PlugIns on a Mac; the file ends in ".so" on both.
+// Empty when the executable's path cannot be found.
+std::filesystem::path modulePath(std::string_view name);
+
+// Opens the shared library `file` at run time, resolving all its symbols at once; a bare file
+// name is searched where the system's loader searches. The library stays open for the rest of the
+// process. Nullptr when it cannot be opened, with the loader's reason in `*error` if given.
+void* openLibrary(const std::filesystem::path& file, std::string* error);
+
+// The address of the symbol `name` in `library` (from openLibrary). Nullptr when it has none.
+void* librarySymbol(void* library, const char* name);
+
 // Extracts the zip archive `archive` into the existing folder `destination`. Entries whose names
 // hold ".." or are absolute are refused, and nothing is written through a symbolic link; links in
 // the archive are restored as links, for the caller to judge. Names come out the same whatever

@@ -1,7 +1,7 @@
 // Linux's own part of the operating-system seam: /proc for processes and the quit request (a
 // signal), libplist for Info.plist, the locale variables for the language, /proc/self/exe for the
-// bundle, libarchive on a thread with its own working folder for zip files, renameat2 for the
-// atomic exchange, fsync for durable data.
+// bundle and the modules, libarchive on a thread with its own working folder for zip files,
+// renameat2 for the atomic exchange, fsync for durable data.
 #include "platform/platform.h"
 #include "platform/posix_internal.h"
 #include "platform/property_list_nesting.h"
@@ -161,6 +161,12 @@ std::filesystem::path resourcePath() {
   const std::filesystem::path bundle = bundlePath();
   if (bundle.empty()) return {};
   return bundle / "Contents" / "Resources";
+}
+
+std::filesystem::path modulePath(std::string_view name) {
+  const std::filesystem::path exe = executablePath();
+  if (exe.empty()) return {};
+  return exe.parent_path() / (std::string(name) + ".so");
 }
 
 namespace {

@@ -3,10 +3,11 @@
 // compiled on a Mac yet (see the README's macOS section).
 //
 // It holds only what differs from Linux: the process table (proc_listpids, proc_name), Info.plist
-// (Core Foundation), the language (NSLocale), the executable and its bundle (_NSGetExecutablePath,
-// NSBundle), zip extraction (/usr/bin/ditto), the atomic exchange (renamex_np), durable data
-// (F_FULLFSYNC) and the quit request (NSWorkspace). Reading, writing, locking and free space live
-// in the POSIX source that both systems compile. Each Apple interface is named where it is called.
+// (Core Foundation), the language (NSLocale), the executable, its bundle and its modules
+// (_NSGetExecutablePath, NSBundle), zip extraction (/usr/bin/ditto), the atomic exchange
+// (renamex_np), durable data (F_FULLFSYNC) and the quit request (NSWorkspace). Reading, writing,
+// locking, free space and opening libraries live in the POSIX source that both systems compile.
+// Each Apple interface is named where it is called.
 #include "platform/platform.h"
 #include "platform/posix_internal.h"
 #include "platform/property_list_nesting.h"
@@ -231,6 +232,20 @@ std::filesystem::path resourcePath() {
     }
   }
   return bundlePath() / "Contents" / "Resources";
+}
+
+std::filesystem::path modulePath(std::string_view name) {
+  const fs::path exe = executablePath();
+  if (exe.empty()) return {};
+  const std::string file = std::string(name) + ".so";
+  if (insideApplication(exe)) {
+    @autoreleasepool {
+      // NSBundle mainBundle, builtInPlugInsPath: the application's Contents/PlugIns.
+      const fs::path plugIns = resolvedPath([NSBundle mainBundle].builtInPlugInsPath);
+      if (!plugIns.empty()) return plugIns / file;
+    }
+  }
+  return bundlePath() / "Contents" / "PlugIns" / file;
 }
 
 bool extractZip(const std::filesystem::path& archive, const std::filesystem::path& destination) {

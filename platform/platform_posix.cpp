@@ -1,6 +1,7 @@
 // The part of the operating-system seam that every POSIX system shares: reading regular files
 // only, the new-file writer and the atomic replace, download files opened without following links,
-// free space, and the advisory file lock.
+// free space, the advisory file lock, and libraries opened at run time.
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -176,6 +177,21 @@ FileLock::~FileLock() {
   if (fd_ < 0) return;
   ::flock(fd_, LOCK_UN);
   ::close(fd_);
+}
+
+void* openLibrary(const std::filesystem::path& file, std::string* error) {
+  // RTLD_NOW: a missing symbol fails here, as a value, not later as a crash in the middle of a
+  // call. RTLD_LOCAL: nothing opened later binds to this library's symbols by accident.
+  void* library = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (library == nullptr && error != nullptr) {
+    const char* reason = ::dlerror();
+    *error = reason != nullptr ? reason : "unknown reason";
+  }
+  return library;
+}
+
+void* librarySymbol(void* library, const char* name) {
+  return ::dlsym(library, name);
 }
 
 }  // namespace velko::platform

@@ -19,7 +19,7 @@ KVController::KVController(ControllerOptions options)
       _mode(_package ? ModeIdle : ModePluginMissing),
       _assumeRunning(options.assumeRunning),
       _uxpBaseDir(std::move(options.uxpBaseDir)),
-      _screenshotPath(std::move(options.screenshotPath)),
+      _screenshotPath(QString::fromStdString(options.screenshotPath)),
       _autoAction(std::move(options.autoAction)),
       _english(options.english),
       _openModels(options.openModels),

@@ -22,6 +22,7 @@
 #include "installer/model_area.h"
 #include "installer/photoshop_discovery.h"
 #include "installer/plugin_package.h"
+#include "window/controller_options.h"
 
 class QFont;
 class QColor;
@@ -41,19 +42,6 @@ enum Mode : int32_t {
   ModeDone = 2,           // the result of the last action
   ModePluginMissing = 3,  // no package found
   ModeModels = 4,         // the model list
-};
-
-// What the start of the window hands the controller.
-struct ControllerOptions {
-  std::optional<installer::PluginPackage> package;
-  std::string uxpBaseDir;      // empty: the default UXP folder
-  QString screenshotPath;      // empty: no picture
-  std::string autoAction;      // "install", "uninstall"; anything else does nothing here
-  bool assumeRunning = false;  // treat Photoshop as running whatever the process table says
-  bool english = false;        // the language of every text; false is German
-  bool openModels = false;     // open on the models screen
-  double shotDelay = 0.7;      // seconds between the models screen's list and its picture
-  models::ModelStore::Options modelStoreOptions;  // the models screen's store
 };
 
 class KVController : public QObject {

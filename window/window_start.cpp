@@ -5,6 +5,9 @@
 #include <QPalette>
 #include <QStyleFactory>
 
+#include <utility>
+
+#include "window/controller.h"
 #include "window/look.h"
 
 namespace velko::window {
@@ -41,3 +44,8 @@ int runWindow(const char* programName, const std::filesystem::path& fontFolder,
 }
 
 }  // namespace velko::window
+
+extern "C" int velkoRunWindow(const char* programName, const std::filesystem::path& fontFolder,
+                              velko::window::ControllerOptions& options) {
+  return velko::window::runWindow(programName, fontFolder, std::move(options));
+}

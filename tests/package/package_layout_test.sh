@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Packs a built folder with cpack into a temp folder, unpacks the .tar.gz and runs the unpacked
-# program: it must find the sample plug-in package and carry both Lato faces, as the build does.
+# program: it must find the sample plug-in package, carry both Lato faces and open its window from
+# the module beside it, as the build does.
 # Usage: package_layout_test.sh <build folder> <folder of the Lato fonts the build copied>
 set -euo pipefail
 build=$1
@@ -22,12 +23,12 @@ tarballs=("$scratch"/out/*.tar.gz)
 mkdir "$scratch/unpacked"
 tar -xzf "${tarballs[0]}" -C "$scratch/unpacked"
 
-# One top folder named like the tarball, holding the executable and Contents, nothing else.
+# One top folder named like the tarball, holding the executable, its window module and Contents.
 top=$scratch/unpacked/$(basename "${tarballs[0]}" .tar.gz)
 [ -d "$top" ] || fail "no folder $(basename "$top") in the tarball: $(ls "$scratch/unpacked")"
 entries=$(cd "$top" && find . -maxdepth 3 | LC_ALL=C sort | tr '\n' ' ')
 expected=". ./Contents ./Contents/Resources ./Contents/Resources/Fonts"
-expected+=" ./Contents/Resources/Plugin ./velko-installer "
+expected+=" ./Contents/Resources/Plugin ./velko-installer ./velko-window.so "
 [ "$entries" = "$expected" ] || fail "top of the package: '$entries', expected '$expected'"
 [ -x "$top/velko-installer" ] || fail "velko-installer is not executable"
 for face in Lato-Regular.ttf Lato-Bold.ttf; do
@@ -44,4 +45,15 @@ out=$(HOME="$scratch/home" VELKO_UXP_BASE_DIR="$scratch/uxp" "$top/velko-install
 [ "$status" -eq 0 ] || fail "--cli status exited with $status"
 first=$(printf '%s\n' "$out" | head -n1)
 [ "$first" = "plugin: Velko 1.0.0 (com.solstice.velko)" ] || fail "first line: '$first'"
+
+# Only the window road loads Qt, from the module beside the program; without it the road refuses.
+ldd "$top/velko-installer" | grep -E 'libQt|libcurl' >&2 && fail "velko-installer links Qt or curl"
+export HOME="$scratch/home" VELKO_UXP_BASE_DIR="$scratch/uxp" QT_QPA_PLATFORM=offscreen
+"$top/velko-installer" --screenshot "$scratch/shot.png" >&2 || fail "the window road exited with $?"
+[ -s "$scratch/shot.png" ] || fail "no picture: the window did not open from the package"
+rm "$top/velko-window.so"
+status=0
+err=$("$top/velko-installer" --lang en 2>&1) || status=$?
+[ "$status" -eq 1 ] && [[ $err == "error: the window could not be loaded: "* ]] ||
+  fail "without the module: exit $status, '$err'"
 echo "package layout ok: ${tarballs[0]##*/}"
