@@ -268,7 +268,8 @@ TEST_F(ModelStoreTest, TransferKeepsWhatCanBeContinuedAndDropsWhatIsWrong) {
   };
   EXPECT_EQ(store(false)->fetch("m0", {}, {}).error, FetchError::NoList);
   for (size_t i = 0; i < std::size(rows); ++i) {
-    const auto& [partBefore, route, cancel, expected] = rows[i];
+    const auto& [partBefore, route, cancelRow, expected] = rows[i];
+    const bool cancel = cancelRow;  // clang before 16 cannot capture a structured binding
     const std::string id = "m" + std::to_string(i);
     server_.publish({test::fileModel(id, bytes_)}, {bytes_});
     server_.http.route("/m/" + id + ".bin", route);
