@@ -397,10 +397,9 @@ class Player {
       // One byte of the stored data changed after its CRC was written: only the unpack sees it.
       if (damaged) zip[zip.find(entries.at(0).contents)] ^= 0x20;
       addModel(coremlModel(a.at(0), zip), zip);
-    } else if (v == "serve") {
-      serve(path.string(), text);
-    } else if (v == "route") {
-      route(a);
+    } else if (v == "serve" || v == "route") {  // after the list, so they can change its answers
+      publishIfChanged();
+      v == "serve" ? serve(path.string(), text) : route(a);
     } else if (v == "signed-list") {  // the models so far, signed, into a folder; a new list begins
       const SignedList list = signedList(models_);
       writeFile(path / "models.json", list.text);
