@@ -181,35 +181,7 @@ TEST(FreeSpace, ExactNeedPassesAndOneByteLessFails) {
   EXPECT_FALSE(enoughSpace(UINT64_MAX - 1, entry, 0)) << "the need must not wrap round";
 }
 
-TEST_F(ModelStoreTest, QueriesAndRemovalKeepToWhatTheFolderHolds) {
-  server_.publish({test::fileModel("f", bytes_), test::coremlModel("c", "zip")}, {bytes_, "zip"});
-  // A file is no compiled model; a copy the locator finds (an .mlpackage) is offered no update.
-  auto s = store();
-  test::writeFile(models_ / "c.mlmodelc", "not a folder");
-  test::writeFile(models_ / ".installed/c.json", R"({"sha256":"old"})");
-  EXPECT_EQ(s->state("c"), ModelState::Absent);
-  fs::create_directories(models_ / "c.mlpackage");
-  EXPECT_EQ(s->state("c"), ModelState::Elsewhere);
-  EXPECT_FALSE(s->updateAvailable("c"));
-  // A marker that cannot be read as an object offers nothing; one without a checksum does.
-  ASSERT_TRUE(s->fetch("f", {}, {}).ok);
-  for (const auto& [marker, update] : {std::pair{"{", false}, {"[1]", false}, {"{}", true}}) {
-    test::writeFile(models_ / ".installed/f.json", marker);
-    EXPECT_EQ(s->updateAvailable("f"), update) << marker;
-  }
-  // Removal takes package, marker and the model's own part; a part alone goes, yet is no model.
-  test::writeFile(part("f"), "123");
-  test::writeFile(models_ / ".downloads/c.zip.part", "456");
-  std::string error;
-  EXPECT_TRUE(s->remove("f", error)) << error;
-  for (const fs::path& gone : {models_ / "f.bin", part("f"), models_ / ".installed/f.json"})
-    EXPECT_FALSE(fs::exists(gone)) << gone;
-  EXPECT_EQ(s->partialBytes("c") + s->partialBytes("x"), 3u) << "an unlisted id has no part";
-  test::writeFile(part("f"), "123");
-  EXPECT_FALSE(s->remove("f", error));
-  EXPECT_EQ(error, "Dieses Modell liegt nicht im Modell-Ordner.");
-  EXPECT_FALSE(fs::exists(part("f")));
-  // An empty VELKO_MODEL_LIST_URL counts as unset.
+TEST(ModelStore, AnEmptyListAddressCountsAsUnset) {
   const test::ScopedEnv empty(Env{{"VELKO_MODEL_LIST_URL", ""}});
   EXPECT_TRUE(ModelStore({}).options().listUrl.ends_with("/models.json"));
 }
