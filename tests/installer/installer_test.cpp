@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 
 #include "core/version_compare.h"
-#include "installer/actions.h"
 #include "installer/photoshop_discovery.h"
+#include "installer/plugin_package.h"
 #include "installer/version_compare.h"
 #include "tests/platform/plist_fixture.h"
 #include "tests/support/test_support.h"
@@ -66,23 +66,6 @@ TEST(ReadPluginPackage, ManifestRules) {
     EXPECT_EQ(p ? std::optional(p->name + "|" + p->minHost) : std::nullopt, expected)
         << manifest.substr(0, 80);
   }
-}
-
-// What the command line's lines do not reach: versions compared as text, and a version folder of
-// the plug-in that PS.json no longer names (Photoshop may write it back on quit).
-TEST(Actions, InstallOutcomeComparesVersionsAsTextAndSeesTheFolder) {
-  test::TempDir dir;
-  test::IsolatedHome home(dir / "home");
-  const auto installed = [&](const std::string& version) {
-    test::writeSamplePlugin(dir / version, "com.velko.x", version);
-    const ActionResult r = install(readPluginPackage(dir / version).value(), dir / "uxp");
-    return std::pair(r.outcome, r.previousVersion);
-  };
-  using Outcome = std::pair<ActionOutcome, std::string>;
-  EXPECT_EQ(installed("1.0"), Outcome(ActionOutcome::Installed, ""));
-  EXPECT_EQ(installed("1.0.0"), Outcome(ActionOutcome::Updated, "1.0"));
-  test::writeFile(dir / "uxp/PluginsInfo/v1/PS.json", R"({"plugins": []})");
-  EXPECT_EQ(installed("1.0.0"), Outcome(ActionOutcome::Reinstalled, ""));
 }
 
 // Bundles in the order the search must give them from the roots sys and user: highest version
