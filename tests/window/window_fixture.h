@@ -1,4 +1,4 @@
-// The window suites' one world: scenarios in words played on a temp home and the model server.
+// The window suites' one world: scenarios in words (*.rows) played on a temp home and model server.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -35,10 +35,10 @@ struct Scenario {
   std::vector<Probe> probes;
 };
 
-// Reads the rows of a *.rows file, a line each: `# comment`, `colour NAME R G B` for the probes
-// below, `row NAME` that opens a row, then its `words ...`, `de TEXT`, `en TEXT` (a line that
-// starts with a space goes on with the text; "\n" is a line break), `probe X Y COLOUR WHAT` and
-// `only linux` or `only development-key`. Any other line fails the test, as does a file of no row.
+// Reads a *.rows file, a line each: `# comment`, `colour NAME R G B` for the probes below, `row
+// NAME` that opens a row, then at most one each of `words ...`, `de TEXT`, `en TEXT` (a line that
+// starts with a space goes on with the text; "\n" is a line break) and `only linux` or `only
+// development-key`, and any `probe X Y COLOUR WHAT`. Any other line fails, as does no row at all.
 inline std::vector<Scenario> readRows(const std::string& file) {
   std::ifstream in(VELKO_WINDOW_ROWS "/" + file);
   std::vector<Scenario> rows;
@@ -72,7 +72,7 @@ inline std::vector<Scenario> readRows(const std::string& file) {
     }
     if (text != nullptr) *text = std::regex_replace(*text, std::regex(R"(\\n)"), "\n");
   }
-  EXPECT_TRUE(ok) << file << ":" << n << ": not a line of a rows file: " << line;
+  EXPECT_TRUE(ok) << file << ":" << n << ": a line the rows format does not take: " << line;
   EXPECT_FALSE(ok && rows.empty()) << VELKO_WINDOW_ROWS "/" << file << " is missing or has no row";
   return ok ? rows : std::vector<Scenario>{};
 }
