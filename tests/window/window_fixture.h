@@ -1,4 +1,4 @@
-// The window suites' one world: scenarios in words played on a temp home and the model server.
+// The window suites' one world: scenarios in words (*.rows) played on a temp home and model server.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -6,6 +6,7 @@
 
 #include <QtWidgets>
 
+#include <fstream>
 #include <regex>
 #include <sstream>
 
@@ -22,7 +23,7 @@
 namespace velko::test {
 namespace fs = std::filesystem;
 
-using Probe = std::tuple<const char*, int, int, QColor>;  // a colour at x, y, within 3 a channel
+using Probe = std::tuple<std::string, int, int, QColor>;  // a colour at x, y, within 3 a channel
 
 // A situation of the window as words, run in order (see the actions below): the scene's words
 // come before the launch, the first of the window's launches it in-process, and any other word
@@ -30,11 +31,51 @@ using Probe = std::tuple<const char*, int, int, QColor>;  // a colour at x, y, w
 // stands for any run of characters) and a confirmation's question must be the texts, and the
 // picture must show the `probes` (a negative x counts from the models rows' status column).
 struct Scenario {
-  const char* name;
-  const char* words;
-  std::string de, en = {};
-  std::vector<Probe> probes = {};
+  std::string where, name, words, de, en, only;  // where: file:line; only: where the row holds
+  std::vector<Probe> probes;
 };
+
+// Reads a *.rows file, a line each: `# comment`, `colour NAME R G B` for the probes below, `row
+// NAME` that opens a row, then at most one each of `words ...`, `de TEXT`, `en TEXT` (a line that
+// starts with a space goes on with the text; "\n" is a line break) and `only linux` or `only
+// development-key`, and any `probe X Y COLOUR WHAT`. Any other line fails, as does no row at all.
+inline std::vector<Scenario> readRows(const std::string& file) {
+  std::ifstream in(VELKO_WINDOW_ROWS "/" + file);
+  std::vector<Scenario> rows;
+  std::map<std::string, QColor> colours;
+  std::string line, *text = nullptr;  // the text that a line starting with a space goes on with
+  std::smatch m;
+  const auto is = [&](const char* form) { return std::regex_match(line, m, std::regex(form)); };
+  bool ok = true;
+  int n = 0;
+  while (ok && std::getline(in, line)) {
+    std::string* const last = std::exchange(text, nullptr);
+    Scenario* const s = rows.empty() ? nullptr : &rows.back();
+    if (++n, last != nullptr && is(" +(\\S.*)")) {
+      *(text = last) += m.str(1);
+    } else if (is(R"(colour (\S+) (\d+) (\d+) (\d+))")) {
+      colours[m.str(1)] = QColor(std::stoi(m.str(2)), std::stoi(m.str(3)), std::stoi(m.str(4)));
+    } else if (is("row (.+)")) {
+      rows.emplace_back().where = file + ":" + std::to_string(n);
+      rows.back().name = m.str(1);
+    } else if (s != nullptr && is("(words|de|en|only) (.+)")) {
+      const char k = line[0];
+      std::string& f = k == 'w' ? s->words : k == 'd' ? s->de : k == 'e' ? s->en : s->only;
+      ok = f.empty() && (k != 'o' || m[2] == "linux" || m[2] == "development-key");
+      f = m.str(2);
+      text = k == 'd' || k == 'e' ? &f : nullptr;
+    } else if (s != nullptr && is(R"(probe (-?\d+) (-?\d+) (\S+) (.+))") &&
+               colours.count(m.str(3))) {
+      s->probes.emplace_back(m.str(4), std::stoi(m.str(1)), std::stoi(m.str(2)), colours[m.str(3)]);
+    } else {
+      ok = line.empty() || line[0] == '#';
+    }
+    if (text != nullptr) *text = std::regex_replace(*text, std::regex(R"(\\n)"), "\n");
+  }
+  EXPECT_TRUE(ok) << file << ":" << n << ": a line the rows format does not take: " << line;
+  EXPECT_FALSE(ok && rows.empty()) << VELKO_WINDOW_ROWS "/" << file << " is missing or has no row";
+  return ok ? rows : std::vector<Scenario>{};
+}
 
 // Every label and button below `root` in view tree order, joined by "|": a label in coral ends in
 // " (coral)"; a button reads "[title]", then " (off)" when disabled and "{tool tip}" if it has one.
@@ -58,7 +99,7 @@ struct Opened : QTextBrowser {  // keeps the URL that its slot setSource receive
 };
 
 inline void play(const Scenario& s, bool english) {
-  SCOPED_TRACE(std::string(s.name) + (english ? " (en)" : " (de)"));
+  SCOPED_TRACE(s.where + " " + s.name + (english ? " (en)" : " (de)"));
   // The layers below speak the window's language, as the program sets them.
   plugin_export::setMessageLanguage(english ? "en" : "de");
   core::setMessageLocale(english ? core::MessageLocale::English : core::MessageLocale::German);
@@ -269,12 +310,19 @@ inline void play(const Scenario& s, bool english) {
   QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
-// Plays every scenario in German, and in English too where it has English texts or probes.
-inline void playAll(const std::vector<Scenario>& scenarios) {
-  for (const Scenario& s : scenarios) {
-    play(s, false);
+// Plays every row of a rows file in German, and in English too where it has English texts or
+// probes; a row `only` for Linux or the development list key is played there alone.
+inline void playAll(const std::string& file) {
+  const std::vector<Scenario> rows = readRows(file);
+  size_t played = 0;
+  for (const Scenario& s : rows) {
+    if ((s.only == "linux" && !onLinux()) ||
+        (s.only == "development-key" && !VELKO_LIST_KEY_IS_DEVELOPMENT_KEY))
+      continue;
+    play(s, false), ++played;
     if (!s.en.empty() || !s.probes.empty()) play(s, true);
   }
+  if (played == 0 && !rows.empty()) GTEST_SKIP() << "every row of " << file << " holds elsewhere";
 }
 
 }  // namespace velko::test
