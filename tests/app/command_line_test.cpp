@@ -1,10 +1,9 @@
-// Option parsing and the choice of language, table by table.
+// Option parsing, row by row.
 #include <gtest/gtest.h>
 
 #include <tuple>
 
 #include "app/command_line.h"
-#include "app/language.h"
 
 namespace velko::app {
 namespace {
@@ -41,22 +40,6 @@ TEST(CommandLine, ReadsOptionsAsTheInstallerDoes) {
   };
   for (const auto& [args, expected] : cases) {
     EXPECT_EQ(fields(parseCommandLine(args)), fields(expected)) << testing::PrintToString(args);
-  }
-}
-
-TEST(Language, SystemLanguageAndOverride) {
-  const struct {
-    std::optional<std::string> system;
-    std::string option;
-    bool english;
-  } cases[] = {
-      {"de_DE.UTF-8", "", false}, {"de", "", false},      {"fr_FR", "", true},
-      {std::nullopt, "", true},   {"DE_de", "", true},    {"de_DE", "en", true},
-      {"en_US", "de", false},     {"de_DE", "EN", false}, {"en", "de-DE", true},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.system.value_or("<none>") + " / " + c.option);
-    EXPECT_EQ(chooseEnglish(c.system, c.option), c.english);
   }
 }
 
