@@ -119,6 +119,9 @@ std::map<std::string, std::string> snapshot(const fs::path& path) {
   return seen;
 }
 
+// Places that CMake passes as NAME=PATH arguments, e.g. a helper program of one suite.
+std::map<std::string, std::string> gPlaces;
+
 class Player {
  public:
   explicit Player(const Scenario& s) : scenario_(s) {
@@ -131,6 +134,7 @@ class Player {
              {"external", (uxp / "Plugins/External").string()},
              {"store", (dir_ / "models").string()},
              {"exe", VELKO_INSTALLER_EXE}};
+    vars_.insert(gPlaces.begin(), gPlaces.end());
     exe_ = VELKO_INSTALLER_EXE;
     plugin_export::setMessageLanguage("en");
   }
@@ -493,11 +497,16 @@ class ScenarioTest : public testing::Test {
 }  // namespace
 }  // namespace velko::test
 
-// Each argument is a scenario file; each scenario becomes a test named by its title.
+// Each argument is a scenario file, whose scenarios become tests named by their titles, or a
+// place NAME=PATH for the files.
 int main(int argc, char** argv) {
   testing::InitGoogleTest(&argc, argv);
   for (int i = 1; i < argc; ++i) {
     const std::string file = argv[i];
+    if (const size_t equals = file.find('='); equals != std::string::npos) {
+      velko::test::gPlaces[file.substr(0, equals)] = file.substr(equals + 1);
+      continue;
+    }
     const auto scenarios = velko::test::parseScenarios(file);
     if (scenarios.empty()) {
       std::fprintf(stderr, "no scenarios in %s\n", file.c_str());
