@@ -11,7 +11,6 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
-#include <fstream>
 #include <memory>
 #include <set>
 #include <sstream>
@@ -23,6 +22,7 @@
 #include "plugin_export/uxp_locations.h"
 #include "tests/support/model_server.h"
 #include "tests/support/nginx_server.h"
+#include "tests/support/scenario_file.h"
 #include "tests/support/zip_archive.h"
 
 namespace velko::test {
@@ -30,44 +30,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using json = nlohmann::json;
-
-struct Line {
-  int number = 0;
-  std::string verb, rest;
-};
-
-struct Scenario {
-  std::string file, title;
-  int number = 0;
-  std::vector<Line> lines;
-};
-
-// Scenarios start at "== title"; "#" begins a comment line; a text of "<<" takes the following
-// lines up to one that is ">>", each ending in a line feed.
-std::vector<Scenario> parseScenarios(const std::string& file) {
-  std::ifstream in(file);
-  std::vector<Scenario> all;
-  std::string text;
-  for (int number = 1; std::getline(in, text); ++number) {
-    if (text.empty() || text[0] == '#') continue;
-    if (text.starts_with("== ")) {
-      all.push_back({file, text.substr(3), number, {}});
-      continue;
-    }
-    const size_t space = text.find(' ');
-    Line line{number, text.substr(0, space),
-              space == std::string::npos ? "" : text.substr(space + 1)};
-    if (line.rest.ends_with("<<")) {
-      line.rest.erase(line.rest.size() - 2);
-      for (std::string more; std::getline(in, more) && more != ">>"; ++number)
-        line.rest += more + "\\n";
-      ++number;
-    }
-    if (all.empty()) all.push_back({file, "", number, {}});  // no title: fails when played
-    all.back().lines.push_back(line);
-  }
-  return all;
-}
 
 // The first word of `rest` (double quotes keep blanks in it) and the rest after it, unexpanded.
 std::pair<std::string, std::string> firstWord(const std::string& rest) {
@@ -141,7 +103,7 @@ class Player {
 
   void play() {
     ASSERT_FALSE(scenario_.title.empty()) << scenario_.file << ": lines before the first title";
-    for (const Line& line : scenario_.lines) {
+    for (const ScenarioLine& line : scenario_.lines) {
       const testing::ScopedTrace trace(scenario_.file.c_str(), line.number,
                                        line.verb + " " + line.rest);
       if (line.verb == "run" || line.verb == "call") runLine_ = line.number;
@@ -257,7 +219,7 @@ class Player {
     checkResult();
     publishIfChanged();
     before_.clear();
-    for (const Line& l : scenario_.lines)
+    for (const ScenarioLine& l : scenario_.lines)
       if (l.verb == "same") before_[l.rest] = snapshot(expand(firstWord(l.rest).first));
   }
   void run(std::vector<std::string> argv) {
@@ -320,7 +282,7 @@ class Player {
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == code) << "status " << status;
   }
 
-  void step(const Line& line) {
+  void step(const ScenarioLine& line) {
     const std::string& v = line.verb;
     const std::vector<std::string> a = args(line.rest);
     const auto [first, tail] = firstWord(line.rest);
@@ -507,7 +469,7 @@ int main(int argc, char** argv) {
       velko::test::gPlaces[file.substr(0, equals)] = file.substr(equals + 1);
       continue;
     }
-    const auto scenarios = velko::test::parseScenarios(file);
+    const auto scenarios = velko::test::readScenarioFile(file);
     if (scenarios.empty()) {
       std::fprintf(stderr, "no scenarios in %s\n", file.c_str());
       return 1;

@@ -6,7 +6,6 @@
 
 #include <QtWidgets>
 
-#include <fstream>
 #include <regex>
 #include <sstream>
 
@@ -15,6 +14,7 @@
 #include "plugin_export/message_language.h"
 #include "tests/platform/plist_fixture.h"
 #include "tests/support/model_server.h"
+#include "tests/support/scenario_file.h"
 #include "tests/support/test_support.h"
 #include "window/controller.h"
 #include "window/look.h"
@@ -30,51 +30,50 @@ using Probe = std::tuple<std::string, int, int, QColor>;  // a colour at x, y, w
 // presses the button of that name. At the end the header, `de` or `en` (unchecked when empty; '*'
 // stands for any run of characters) and a confirmation's question must be the texts, and the
 // picture must show the `probes` (a negative x counts from the models rows' status column).
-struct Scenario {
+struct Row {
   std::string where, name, words, de, en, only;  // where: file:line; only: where the row holds
   std::vector<Probe> probes;
 };
 
-// Reads a *.rows file, a line each: `# comment`, `colour NAME R G B` for the probes below, `row
-// NAME` that opens a row, then at most one each of `words ...`, `de TEXT`, `en TEXT` (a line that
-// starts with a space goes on with the text; "\n" is a line break) and `only linux` or `only
-// development-key`, and any `probe X Y COLOUR WHAT`. Any other line fails, as does no row at all.
-inline std::vector<Scenario> readRows(const std::string& file) {
-  std::ifstream in(VELKO_WINDOW_ROWS "/" + file);
-  std::vector<Scenario> rows;
+// Reads a *.rows file (tests/support/scenario_file.h): before the first row `colour NAME R G B`
+// lines name the probes' colours; each row `== NAME` has at most one each of `words ...`, `de
+// TEXT`, `en TEXT` ("\n" is a line break) and `only linux` or `only development-key`, and any
+// `probe X Y COLOUR WHAT`. Any other line fails, as does no row at all.
+inline std::vector<Row> readRows(const std::string& file) {
   std::map<std::string, QColor> colours;
-  std::string line, *text = nullptr;  // the text that a line starting with a space goes on with
-  std::smatch m;
-  const auto is = [&](const char* form) { return std::regex_match(line, m, std::regex(form)); };
-  bool ok = true;
-  int n = 0;
-  while (ok && std::getline(in, line)) {
-    std::string* const last = std::exchange(text, nullptr);
-    Scenario* const s = rows.empty() ? nullptr : &rows.back();
-    if (++n, last != nullptr && is(" +(\\S.*)")) {
-      *(text = last) += m.str(1);
-    } else if (is(R"(colour (\S+) (\d+) (\d+) (\d+))")) {
-      colours[m.str(1)] = QColor(std::stoi(m.str(2)), std::stoi(m.str(3)), std::stoi(m.str(4)));
-    } else if (is("row (.+)")) {
-      rows.emplace_back().where = file + ":" + std::to_string(n);
-      rows.back().name = m.str(1);
-    } else if (s != nullptr && is("(words|de|en|only) (.+)")) {
-      const char k = line[0];
-      std::string& f = k == 'w' ? s->words : k == 'd' ? s->de : k == 'e' ? s->en : s->only;
-      ok = f.empty() && (k != 'o' || m[2] == "linux" || m[2] == "development-key");
-      f = m.str(2);
-      text = k == 'd' || k == 'e' ? &f : nullptr;
-    } else if (s != nullptr && is(R"(probe (-?\d+) (-?\d+) (\S+) (.+))") &&
-               colours.count(m.str(3))) {
-      s->probes.emplace_back(m.str(4), std::stoi(m.str(1)), std::stoi(m.str(2)), colours[m.str(3)]);
-    } else {
-      ok = line.empty() || line[0] == '#';
+  std::vector<Row> rows;
+  for (const test::Scenario& block : readScenarioFile(VELKO_WINDOW_ROWS "/" + file)) {
+    Row s;
+    s.where = file + ":" + std::to_string(block.number);
+    s.name = block.title;
+    for (const ScenarioLine& l : block.lines) {
+      const std::string& v = l.verb;
+      std::string* const field = v == "words"  ? &s.words
+                                 : v == "de"   ? &s.de
+                                 : v == "en"   ? &s.en
+                                 : v == "only" ? &s.only
+                                               : nullptr;
+      std::istringstream in(l.rest);
+      std::string name, what;
+      int x = 0, y = 0, r = 0, g = 0, b = 0;
+      if (field != nullptr && !s.name.empty() && field->empty() &&
+          (v != "only" || l.rest == "linux" || l.rest == "development-key")) {
+        *field = std::regex_replace(l.rest, std::regex(R"(\\n)"), "\n");
+      } else if (v == "colour" && s.name.empty() && in >> name >> r >> g >> b) {
+        colours[name] = QColor(r, g, b);
+      } else if (v == "probe" && in >> x >> y >> name && colours.count(name) &&
+                 std::getline(in >> std::ws, what)) {
+        s.probes.emplace_back(what, x, y, colours[name]);
+      } else {
+        ADD_FAILURE() << file << ":" << l.number << ": a line the rows format does not take: " << v
+                      << " " << l.rest;
+        return {};
+      }
     }
-    if (text != nullptr) *text = std::regex_replace(*text, std::regex(R"(\\n)"), "\n");
+    if (!s.name.empty()) rows.push_back(s);
   }
-  EXPECT_TRUE(ok) << file << ":" << n << ": a line the rows format does not take: " << line;
-  EXPECT_FALSE(ok && rows.empty()) << VELKO_WINDOW_ROWS "/" << file << " is missing or has no row";
-  return ok ? rows : std::vector<Scenario>{};
+  EXPECT_FALSE(rows.empty()) << VELKO_WINDOW_ROWS "/" << file << " is missing or has no row";
+  return rows;
 }
 
 // Every label and button below `root` in view tree order, joined by "|": a label in coral ends in
@@ -98,7 +97,7 @@ struct Opened : QTextBrowser {  // keeps the URL that its slot setSource receive
   QUrl url;
 };
 
-inline void play(const Scenario& s, bool english) {
+inline void play(const Row& s, bool english) {
   SCOPED_TRACE(s.where + " " + s.name + (english ? " (en)" : " (de)"));
   // The layers below speak the window's language, as the program sets them.
   plugin_export::setMessageLanguage(english ? "en" : "de");
@@ -313,9 +312,9 @@ inline void play(const Scenario& s, bool english) {
 // Plays every row of a rows file in German, and in English too where it has English texts or
 // probes; a row `only` for Linux or the development list key is played there alone.
 inline void playAll(const std::string& file) {
-  const std::vector<Scenario> rows = readRows(file);
+  const std::vector<Row> rows = readRows(file);
   size_t played = 0;
-  for (const Scenario& s : rows) {
+  for (const Row& s : rows) {
     if ((s.only == "linux" && !onLinux()) ||
         (s.only == "development-key" && !VELKO_LIST_KEY_IS_DEVELOPMENT_KEY))
       continue;
