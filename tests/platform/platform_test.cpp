@@ -1,4 +1,4 @@
-// The seam to the operating system against real child processes, plist bytes and environments.
+// The seam to the operating system against real child processes and archives.
 #include "platform/platform.h"
 
 #include <gtest/gtest.h>
@@ -8,7 +8,6 @@
 
 #include <csignal>
 
-#include "tests/platform/plist_fixture.h"
 #include "tests/support/test_support.h"
 #include "tests/support/zip_archive.h"
 
@@ -44,44 +43,6 @@ TEST(ProcessTable, QuitRequestMatchesTheShortNameCutAt32Bytes) {
   EXPECT_EQ(waitpid(other, &status, WNOHANG), 0) << "the other user's process must still run";
   kill(other, SIGKILL);
   waitpid(other, &status, 0);
-}
-
-// XML rows are asked again in their binary form. Absurd nesting never reaches the library, which
-// would overflow its stack; a list at the limit of 256 levels still gives its answer.
-TEST(PropertyListString, TopLevelStringOfXmlAndBinaryListsWithinTheNestingLimit) {
-  const std::string key = "CFBundleShortVersionString", chars127(127, '7');
-  const auto dict = [&](const std::string& value, int arrays = 1) {
-    std::string nest = "<true/>";
-    for (int i = 0; i < arrays; ++i)
-      nest = "<array>" + nest + "</array>";
-    return test::xmlPlist("<dict><key>A</key><string>PS</string><key>" + key + "</key>" + value +
-                          "<key>x</key>" + nest + "</dict>");
-  };
-  const struct {
-    std::string bytes;
-    std::optional<std::string> expected;
-    bool alsoBinary = true;
-  } cases[] = {
-      {dict("<string>26.0 \xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80</string>"),
-       "26.0 \xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80"},
-      {dict("<string>" + chars127 + "</string>"), chars127},
-      {dict("<string>" + chars127 + "8</string>"), std::nullopt},
-      {dict("<dict><key>" + key + "</key><string>2</string></dict>"), std::nullopt},  // nested only
-      {dict("<string>26</string>", 255), "26"},
-      {dict("<string>26</string>", 256), std::nullopt, false},
-      {test::nestedBinaryPlist("26", 257), std::nullopt, false},
-      {test::nestedBinaryPlist("26", 3, true), std::nullopt, false},  // a cycle
-      {dict("<string>2\xD3</string>"), std::nullopt, false},          // no UTF-8
-      {"bplist00", std::nullopt, false},
-      {test::binaryPlist(dict("<string>25</string>")).substr(0, 40), std::nullopt, false},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.bytes.substr(0, 200));
-    EXPECT_EQ(propertyListString(c.bytes, key), c.expected);
-    if (c.alsoBinary) {
-      EXPECT_EQ(propertyListString(test::binaryPlist(c.bytes), key), c.expected) << "binary";
-    }
-  }
 }
 
 // Links above the destination are the user's business; only the archive's names are checked. Modes

@@ -20,6 +20,7 @@
 #include "plugin_export/plugin_install.h"
 #include "plugin_export/plugin_uninstall.h"
 #include "plugin_export/uxp_locations.h"
+#include "tests/platform/plist_fixture.h"
 #include "tests/support/model_server.h"
 #include "tests/support/nginx_server.h"
 #include "tests/support/scenario_file.h"
@@ -115,7 +116,7 @@ class Player {
   }
 
  private:
-  // {name} of a known place, {N*c} N times the byte c, {N~} the first N bytes of "0,1,2,...";
+  // {name} of a known place, {N*text} N times the text, {N~} the first N bytes of "0,1,2,...";
   // the escapes \n, \t, \\ and \xHH.
   std::string expand(const std::string& text) const {
     std::string out;
@@ -138,8 +139,9 @@ class Player {
         ++digits;
       if (vars_.contains(inside)) {
         out += vars_.at(inside);
-      } else if (digits > 0 && inside.size() == digits + 2 && inside[digits] == '*') {
-        out.append(std::stoul(inside), inside.back());
+      } else if (digits > 0 && inside.size() > digits + 1 && inside[digits] == '*') {
+        for (size_t n = std::stoul(inside); n > 0; --n)
+          out += inside.substr(digits + 1);
       } else if (digits > 0 && inside.size() == digits + 1 && inside[digits] == '~') {
         std::string counting;
         for (int n = 0; counting.size() < std::stoul(inside); ++n)
@@ -306,6 +308,12 @@ class Player {
       fs::create_directories(path);
     } else if (v == "remove") {
       fs::remove_all(path);
+    } else if (v == "plist" || v == "binary-plist") {  // a property list whose root is TEXT
+      writeFile(path, v == "plist" ? xmlPlist(text) : binaryPlist(xmlPlist(text)));
+    } else if (v == "nested-plist") {  // nested-plist PATH VERSION DEPTH [cycle]
+      writeFile(a.at(0), nestedBinaryPlist(a.at(1), std::stoi(a.at(2)), a.size() > 3));
+    } else if (v == "truncate") {
+      fs::resize_file(path, std::stoul(text));
     } else if (v == "fifo") {
       fs::create_directories(path.parent_path());
       ASSERT_EQ(mkfifo(path.c_str(), 0600), 0) << std::strerror(errno);
