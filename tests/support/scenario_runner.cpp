@@ -196,17 +196,21 @@ class Player {
     static const std::map<std::string, HttpMode> modes = {
         {"status", HttpMode::Status},     {"close-after", HttpMode::CloseAfter},
         {"oversend", HttpMode::Oversend}, {"not-satisfiable", HttpMode::NotSatisfiable},
-        {"trickle", HttpMode::Trickle},   {"ignore-range", HttpMode::IgnoreRange}};
-    ASSERT_TRUE(a.size() >= 2 && modes.contains(a[1])) << "route PATH MODE [N]";
-    const size_t n = a.size() > 2 ? std::stoul(a[2]) : 0;
+        {"trickle", HttpMode::Trickle},   {"ignore-range", HttpMode::IgnoreRange},
+        {"redirect", HttpMode::Redirect}};
+    ASSERT_TRUE(a.size() >= 2 && modes.contains(a[1])) << "route PATH MODE [N|TARGET]";
     const HttpMode mode = modes.at(a[1]);
-    server().http.route(
-        a[0], {mode, mode == HttpMode::Status ? "" : served_[a[0]], n, static_cast<int>(n)});
+    const bool redirect = mode == HttpMode::Redirect;
+    const size_t n = a.size() > 2 && !redirect ? std::stoul(a[2]) : 0;
+    server().http.route(a[0], {mode, mode == HttpMode::Status ? "" : served_[a[0]], n,
+                               static_cast<int>(n), redirect ? server().http.url(a.at(2)) : ""});
   }
-  bool asked(const std::string& path) {
+  // The Range header of each request for `path`, in brackets.
+  std::string ranges(const std::string& path) {
+    std::string seen;
     for (const RecordedRequest& r : server().http.requests())
-      if (r.path == path) return true;
-    return false;
+      if (r.path == path) seen += "[" + r.range + "]";
+    return seen;
   }
   void publishIfChanged() {
     if (!server_ || !listChanged_) return;
@@ -384,8 +388,10 @@ class Player {
     } else if (v == "nginx") {
       nginx_ = std::make_unique<NginxServer>(path);
       vars_["nginx"] = nginx_->url("");
-    } else if (v == "asked" || v == "not-asked") {
-      EXPECT_EQ(asked(path), v == "asked") << path;
+    } else if (v == "not-asked") {
+      EXPECT_EQ(ranges(path), "") << path << " was asked for";
+    } else if (v == "ranges") {
+      EXPECT_EQ(ranges(path), text) << path;
     } else if (v == "run") {
       run(a);
     } else if (v == "call") {
@@ -396,9 +402,9 @@ class Player {
       argv.insert(argv.begin(), exe_);
       background_ = startProcess(argv, env_);
     } else if (v == "await") {
-      for (int i = 0; i < 3000 && !asked(path); ++i)
+      for (int i = 0; i < 3000 && ranges(path).empty(); ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
-      ASSERT_TRUE(asked(path));
+      ASSERT_NE(ranges(path), "");
     } else if (v == "still-running") {
       int status = 0;
       EXPECT_EQ(waitpid(background_, &status, WNOHANG), 0) << "it has ended";
