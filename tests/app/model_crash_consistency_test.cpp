@@ -5,12 +5,12 @@
 
 #include <algorithm>
 #include <functional>
-#include <iostream>
 #include <map>
 #include <random>
 
 #include "tests/support/kill_campaign.h"
 #include "tests/support/model_server.h"
+#include "tests/support/test_support.h"
 #include "tests/support/zip_archive.h"
 
 namespace velko::test {
@@ -19,6 +19,8 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kId = "crash";
+constexpr const char* kPackage = "crash.mlmodelc";  // where the store holds the package
+constexpr const char* kMarker = ".installed/crash.json";
 using Tree = std::map<std::string, std::string>;  // relative path -> bytes, "/" for a folder
 
 // A package folder of incompressible files, large enough that transfer, checksum and unpack each
@@ -39,7 +41,7 @@ Tree packageTree(unsigned seed) {
 }
 
 std::string zipOf(const fs::path& scratch, const Tree& tree) {
-  const std::string package = std::string(kId) + ".mlmodelc/";
+  const std::string package = std::string(kPackage) + "/";
   // The resource folder of archives made on macOS is tolerated and never reaches the store.
   std::vector<ZipEntry> entries{zipFolder(package), zipFile("__MACOSX/._crash.mlmodelc", "rsrc")};
   for (const auto& [name, bytes] : tree) {
@@ -81,7 +83,8 @@ void runCampaign(bool replace) {
   }
   TempDir dir;
   IsolatedHome home(dir.path());
-  const Tree oldTree = packageTree(1), newTree = packageTree(2);
+  const Tree newTree = packageTree(2);
+  const std::optional<Tree> before = replace ? std::optional(packageTree(1)) : std::nullopt;
   const std::string zip = zipOf(dir / "new.zip", newTree);
   const nlohmann::json entry = coremlModel(kId, zip);
   ModelServer server;
@@ -90,65 +93,39 @@ void runCampaign(bool replace) {
                                   R"(","version":")" + entry["version"].get<std::string>() +
                                   R"("})";
 
-  const fs::path templ = dir / "template";
-  fs::create_directories(templ);
-  std::optional<Tree> before;
-  if (replace) {
-    for (const auto& [name, bytes] : oldTree) {
-      const fs::path path = templ / (std::string(kId) + ".mlmodelc") / name;
-      bytes == "/" ? (void)fs::create_directories(path) : writeFile(path, bytes);
-    }
-    writeFile(templ / ".installed" / (std::string(kId) + ".json"),
-              R"({"sha256":"0000","version":"0.9"})");
-    before = oldTree;
+  CampaignSetup setup{.templ = dir / "template", .runs = VELKO_CRASH_RUNS};
+  fs::create_directories(setup.templ);
+  for (const auto& [name, bytes] : before.value_or(Tree{})) {
+    const fs::path path = setup.templ / kPackage / name;
+    bytes == "/" ? (void)fs::create_directories(path) : writeFile(path, bytes);
   }
-
-  const std::vector<std::string> fetch{VELKO_INSTALLER_EXE, "--cli", "models-fetch", "--model",
-                                       kId};
-  const auto envFor = [&](const fs::path& store) {
-    return KillCampaign::Env{{"VELKO_MODEL_STORE", store.string()},
-                             {"VELKO_MODEL_LIST_URL", server.listUrl()}};
+  if (before) writeFile(setup.templ / kMarker, R"({"sha256":"0000","version":"0.9"})");
+  setup.command = [&](const fs::path& store) {
+    return CampaignCommand{
+        {VELKO_INSTALLER_EXE, "--cli", "models-fetch", "--model", kId},
+        {{"VELKO_MODEL_STORE", store.string()}, {"VELKO_MODEL_LIST_URL", server.listUrl()}}};
   };
-  KillCampaign campaign;
-  const fs::path reference = dir / "reference";
-  fs::copy(templ, reference, fs::copy_options::recursive);
-  const ProcessResult ref = campaign.timedRun(fetch, envFor(reference));
-  ASSERT_EQ(ref.exitCode, 0) << ref.err;
-
-  int killedEarly = 0;
-  for (int run = 0; run < VELKO_CRASH_RUNS; ++run) {
-    const fs::path store = dir / ("run" + std::to_string(run));
-    fs::copy(templ, store, fs::copy_options::recursive);
-    // Three runs in four aim past the start-up and the list, at the steps of the download.
+  // Three runs in four aim past the start-up and the list, at the steps of the download.
+  setup.ready = [&](int run) -> std::function<bool()> {
+    if (run % 4 == 0) return nullptr;
     const size_t seen = server.http.requests().size();
-    const auto transferring = [&] {
+    return [&server, seen] {
       const std::vector<RecordedRequest> requests = server.http.requests();
       return std::any_of(requests.begin() + static_cast<long>(seen), requests.end(),
                          [](const RecordedRequest& r) { return r.path == "/m/crash.zip"; });
     };
-    bool killed = false;
-    const long waitMicros = campaign.startAndKill(
-        fetch, envFor(store), killed, run % 4 ? std::function<bool()>(transferring) : nullptr);
-    SCOPED_TRACE("run " + std::to_string(run) + ", kill after " + std::to_string(waitMicros) +
-                 " us");
-
-    const fs::path target = store / (std::string(kId) + ".mlmodelc");
-    const std::optional<Tree> installed = treeAt(target);
+  };
+  setup.afterKill = [&](const fs::path& store) {
+    const std::optional<Tree> installed = treeAt(store / kPackage);
     ASSERT_TRUE(installed == before || installed == newTree)
         << "the package path holds a mix or a part of a package";
-    if (killed) ++killedEarly;
-
-    const ProcessResult again = campaign.timedRun(fetch, envFor(store));
-    ASSERT_EQ(again.exitCode, 0) << again.err;
-    EXPECT_TRUE(treeAt(target) == newTree);
-    EXPECT_EQ(readFile(store / ".installed" / (std::string(kId) + ".json")), freshMarker);
+  };
+  setup.atEnd = [&](const fs::path& store) {
+    EXPECT_TRUE(treeAt(store / kPackage) == newTree);
+    EXPECT_EQ(readFile(store / kMarker), freshMarker);
     expectNoLeftovers(store);
-    std::error_code ec;
-    fs::remove_all(store, ec);
-  }
-  std::cout << "[ crash    ] " << (replace ? "replace, " : "first install, ") << VELKO_CRASH_RUNS
-            << " runs, " << killedEarly << " killed before they ended (last undisturbed fetch "
-            << campaign.span() << " us)\n";
+  };
+  runKillCampaign(setup);
 }
 
 // A first install is a plain rename onto a free name: a kill leaves nothing or the whole package.
