@@ -5,8 +5,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <map>
-#include <random>
 
 #include "tests/support/kill_campaign.h"
 #include "tests/support/model_server.h"
@@ -21,24 +19,6 @@ namespace fs = std::filesystem;
 constexpr const char* kId = "crash";
 constexpr const char* kPackage = "crash.mlmodelc";  // where the store holds the package
 constexpr const char* kMarker = ".installed/crash.json";
-using Tree = std::map<std::string, std::string>;  // relative path -> bytes, "/" for a folder
-
-// A package folder of incompressible files, large enough that transfer, checksum and unpack each
-// take a share of the run a random kill can hit.
-Tree packageTree(unsigned seed) {
-  std::mt19937 random(seed);
-  Tree tree;
-  for (int d = 0; d < 8; ++d) {
-    tree["d" + std::to_string(d)] = "/";
-    for (int f = 0; f < 40; ++f) {
-      std::string bytes(24 * 1024, '\0');
-      for (char& c : bytes)
-        c = static_cast<char>(random());
-      tree["d" + std::to_string(d) + "/f" + std::to_string(f) + ".bin"] = bytes;
-    }
-  }
-  return tree;
-}
 
 std::string zipOf(const fs::path& scratch, const Tree& tree) {
   const std::string package = std::string(kPackage) + "/";
@@ -50,18 +30,6 @@ std::string zipOf(const fs::path& scratch, const Tree& tree) {
   }
   writeZip(scratch, entries);
   return *readFile(scratch);
-}
-
-// What stands at `folder`, in the form of packageTree; nullopt when nothing does.
-std::optional<Tree> treeAt(const fs::path& folder) {
-  std::error_code ec;
-  if (!fs::exists(folder, ec)) return std::nullopt;
-  Tree tree;
-  for (const auto& entry : fs::recursive_directory_iterator(folder)) {
-    const std::string name = fs::relative(entry.path(), folder).string();
-    tree[name] = entry.is_directory() ? "/" : readFile(entry.path()).value_or("<unreadable>");
-  }
-  return tree;
 }
 
 // No `.tmp` file anywhere below `store`, no "__MACOSX", and only lock files in `.downloads`.
@@ -83,8 +51,11 @@ void runCampaign(bool replace) {
   }
   TempDir dir;
   IsolatedHome home(dir.path());
-  const Tree newTree = packageTree(2);
-  const std::optional<Tree> before = replace ? std::optional(packageTree(1)) : std::nullopt;
+  // A package folder of incompressible files, large enough that transfer, checksum and unpack each
+  // take a share of the run a random kill can hit.
+  const Tree newTree = randomTree(8, 40, 24 * 1024, 2);
+  const std::optional<Tree> before =
+      replace ? std::optional(randomTree(8, 40, 24 * 1024, 1)) : std::nullopt;
   const std::string zip = zipOf(dir / "new.zip", newTree);
   const nlohmann::json entry = coremlModel(kId, zip);
   ModelServer server;
@@ -95,10 +66,7 @@ void runCampaign(bool replace) {
 
   CampaignSetup setup{.templ = dir / "template", .runs = VELKO_CRASH_RUNS};
   fs::create_directories(setup.templ);
-  for (const auto& [name, bytes] : before.value_or(Tree{})) {
-    const fs::path path = setup.templ / kPackage / name;
-    bytes == "/" ? (void)fs::create_directories(path) : writeFile(path, bytes);
-  }
+  if (before) writeTree(setup.templ / kPackage, *before);
   if (before) writeFile(setup.templ / kMarker, R"({"sha256":"0000","version":"0.9"})");
   setup.command = [&](const fs::path& store) {
     return CampaignCommand{

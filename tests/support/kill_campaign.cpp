@@ -88,4 +88,37 @@ void runKillCampaign(const CampaignSetup& setup) {
             << (setup.facts ? setup.facts() : "") << " (last undisturbed run " << span << " us)\n";
 }
 
+Tree randomTree(int folders, int files, std::size_t bytes, unsigned seed) {
+  std::mt19937 random(seed);
+  Tree tree;
+  for (int d = 0; d < folders; ++d) {
+    tree["d" + std::to_string(d)] = "/";
+    for (int f = 0; f < files; ++f) {
+      std::string& file = tree["d" + std::to_string(d) + "/f" + std::to_string(f) + ".bin"];
+      file.resize(bytes);
+      for (char& c : file)
+        c = static_cast<char>(random());
+    }
+  }
+  return tree;
+}
+
+void writeTree(const fs::path& folder, const Tree& tree) {
+  fs::create_directories(folder);
+  for (const auto& [name, bytes] : tree) {
+    bytes == "/" ? (void)fs::create_directories(folder / name) : writeFile(folder / name, bytes);
+  }
+}
+
+std::optional<Tree> treeAt(const fs::path& folder) {
+  std::error_code ec;
+  if (!fs::exists(folder, ec)) return std::nullopt;
+  Tree tree;
+  for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+    const std::string name = fs::relative(entry.path(), folder).string();
+    tree[name] = entry.is_directory() ? "/" : readFile(entry.path()).value_or("<unreadable>");
+  }
+  return tree;
+}
+
 }  // namespace velko::test

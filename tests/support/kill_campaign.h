@@ -1,5 +1,6 @@
 // Kills a child process with SIGKILL at random moments spread over the length of an undisturbed
-// run, checks what each kill left and that the next run mends it.
+// run, checks what each kill left and that the next run mends it; and the folder trees that the
+// crash suites build their worlds from and compare.
 #pragma once
 
 #include <filesystem>
@@ -42,5 +43,15 @@ struct CampaignSetup {
 // the last span. On failure: a run to the end whose exit code is not 0 fails the test; a fatal
 // failure ends the campaign there, without summary; other failures let the runs go on.
 void runKillCampaign(const CampaignSetup& setup);
+
+using Tree = std::map<std::string, std::string>;  // relative path -> bytes, "/" for a folder
+
+// Folders d0, d1, ... each with files f0.bin, f1.bin, ... of `bytes` random bytes from `seed`:
+// incompressible, so a zip of them is as large as they are.
+Tree randomTree(int folders, int files, std::size_t bytes, unsigned seed);
+// Writes `tree` below `folder`; aborts the test run when a file cannot be written.
+void writeTree(const std::filesystem::path& folder, const Tree& tree);
+// What stands at `folder`, in the form of a Tree; nullopt when nothing does.
+std::optional<Tree> treeAt(const std::filesystem::path& folder);
 
 }  // namespace velko::test
