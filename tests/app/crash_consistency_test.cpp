@@ -26,20 +26,14 @@ void writeTemplate(const fs::path& base) {
   writeSamplePlugin(external(base, kId, "1.0.0"), kId, "1.0.0", "Crash Probe");
   writeSamplePlugin(external(base, "com.other.tool", "3.1"), "com.other.tool", "3.1", "Other");
   writeFile(external(base, kId, "0.5") / "notes.txt", "no marker here");
-  const json registry = {{"plugins",
-                          {{{"pluginId", "com.other.tool"},
-                            {"name", "Werkzeug für Ärzte"},
-                            {"path", "$localPlugins/External/com.other.tool_3.1"},
-                            {"versionString", "3.1"},
-                            {"zExtra", {{"nested", true}}}},
-                           "a string element",
-                           {{"pluginId", kId},
-                            {"name", "Crash Probe"},
-                            {"path", std::string("$localPlugins/External/") + kId + "_1.0.0"},
-                            {"versionString", "1.0.0"}},
-                           {{"pluginId", "com.third"}, {"versionString", "9"}}}},
-                         {"unknownTopLevel", {1, "two", nullptr}}};
-  writeFile(base / "PluginsInfo" / "v1" / "PS.json", registry.dump(2));
+  writeFile(base / "PluginsInfo" / "v1" / "PS.json", R"({"plugins": [
+  {"pluginId": "com.other.tool", "name": "Werkzeug für Ärzte", "versionString": "3.1",
+   "path": "$localPlugins/External/com.other.tool_3.1", "zExtra": {"nested": true}},
+  "a string element",
+  {"pluginId": "com.example.crash", "name": "Crash Probe", "versionString": "1.0.0",
+   "path": "$localPlugins/External/com.example.crash_1.0.0"},
+  {"pluginId": "com.third", "versionString": "9"}],
+ "unknownTopLevel": [1, "two", null]})");
 }
 
 // The registry document in `base`; a discarded value when it is missing or not JSON.

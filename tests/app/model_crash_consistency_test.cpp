@@ -60,9 +60,8 @@ void runCampaign(bool replace) {
   const nlohmann::json entry = coremlModel(kId, zip);
   ModelServer server;
   server.publish({entry}, {zip});
-  const std::string freshMarker = R"({"sha256":")" + entry["sha256"].get<std::string>() +
-                                  R"(","version":")" + entry["version"].get<std::string>() +
-                                  R"("})";
+  const std::string freshMarker =
+      nlohmann::json{{"sha256", entry["sha256"]}, {"version", entry["version"]}}.dump();
 
   CampaignSetup setup{.templ = dir / "template", .runs = VELKO_CRASH_RUNS};
   fs::create_directories(setup.templ);
