@@ -1,6 +1,4 @@
-// Kills a child process with SIGKILL at random moments spread over the length of an undisturbed
-// run, checks what each kill left and that the next run mends it; and the folder trees that the
-// crash suites build their worlds from and compare.
+// The crash suites' shared parts: the loop of random SIGKILLs and checks, and folder trees.
 #pragma once
 
 #include <filesystem>
@@ -49,9 +47,11 @@ using Tree = std::map<std::string, std::string>;  // relative path -> bytes, "/"
 // Folders d0, d1, ... each with files f0.bin, f1.bin, ... of `bytes` random bytes from `seed`:
 // incompressible, so a zip of them is as large as they are.
 Tree randomTree(int folders, int files, std::size_t bytes, unsigned seed);
-// Writes `tree` below `folder`; aborts the test run when a file cannot be written.
+// Writes `tree` below `folder`. Throws std::filesystem::filesystem_error when a folder cannot be
+// made, and aborts the test run when a file cannot be written.
 void writeTree(const std::filesystem::path& folder, const Tree& tree);
-// What stands at `folder`, in the form of a Tree; nullopt when nothing does.
+// What stands at `folder`, in the form of a Tree; nullopt when nothing does. A file that cannot be
+// read reads as "<unreadable>"; a folder that cannot be listed throws filesystem_error.
 std::optional<Tree> treeAt(const std::filesystem::path& folder);
 
 }  // namespace velko::test
