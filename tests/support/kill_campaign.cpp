@@ -1,4 +1,4 @@
-// Random SIGKILLs for the crash-consistency suites.
+// The crash suites' kill loop (random SIGKILLs, checks, summary) and folder trees.
 #include "tests/support/kill_campaign.h"
 
 #include <gtest/gtest.h>
