@@ -110,15 +110,4 @@ void writeTree(const fs::path& folder, const Tree& tree) {
   }
 }
 
-std::optional<Tree> treeAt(const fs::path& folder) {
-  std::error_code ec;
-  if (!fs::exists(folder, ec)) return std::nullopt;
-  Tree tree;
-  for (const auto& entry : fs::recursive_directory_iterator(folder)) {
-    const std::string name = fs::relative(entry.path(), folder).string();
-    tree[name] = entry.is_directory() ? "/" : readFile(entry.path()).value_or("<unreadable>");
-  }
-  return tree;
-}
-
 }  // namespace velko::test

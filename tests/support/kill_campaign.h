@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/test_support.h"
+
 namespace velko::test {
 
 struct CampaignCommand {
@@ -42,16 +44,11 @@ struct CampaignSetup {
 // failure ends the campaign there, without summary; other failures let the runs go on.
 void runKillCampaign(const CampaignSetup& setup);
 
-using Tree = std::map<std::string, std::string>;  // relative path -> bytes, "/" for a folder
-
 // Folders d0, d1, ... each with files f0.bin, f1.bin, ... of `bytes` random bytes from `seed`:
 // incompressible, so a zip of them is as large as they are.
 Tree randomTree(int folders, int files, std::size_t bytes, unsigned seed);
 // Writes `tree` below `folder`. Throws std::filesystem::filesystem_error when a folder cannot be
 // made, and aborts the test run when a file cannot be written.
 void writeTree(const std::filesystem::path& folder, const Tree& tree);
-// What stands at `folder`, in the form of a Tree; nullopt when nothing does. A file that cannot be
-// read reads as "<unreadable>"; a folder that cannot be listed throws filesystem_error.
-std::optional<Tree> treeAt(const std::filesystem::path& folder);
 
 }  // namespace velko::test

@@ -61,27 +61,6 @@ struct SmallFileSystem {
   bool mounted = false;
 };
 
-// What stands at `path` and below it, without opening anything that is not a regular file.
-std::map<std::string, std::string> snapshot(const fs::path& path) {
-  std::map<std::string, std::string> seen;
-  std::error_code ec;
-  const auto add = [&](const fs::path& p) {
-    const fs::file_status s = fs::symlink_status(p, ec);
-    seen[p.string()] = fs::is_regular_file(s) ? readFile(p).value_or("?")
-                       : fs::is_symlink(s)    ? "link " + fs::read_symlink(p, ec).string()
-                       : fs::is_directory(s)  ? "dir"
-                       : fs::exists(s)        ? "other"
-                                              : "none";
-  };
-  add(path);
-  if (fs::is_directory(fs::symlink_status(path, ec))) {
-    for (auto it = fs::recursive_directory_iterator(path, ec); !ec && it != fs::end(it);
-         it.increment(ec))
-      add(it->path());
-  }
-  return seen;
-}
-
 // Places that CMake passes as NAME=PATH arguments, e.g. a helper program of one suite.
 std::map<std::string, std::string> gPlaces;
 
@@ -226,7 +205,7 @@ class Player {
     publishIfChanged();
     before_.clear();
     for (const ScenarioLine& l : scenario_.lines)
-      if (l.verb == "same") before_[l.rest] = snapshot(expand(firstWord(l.rest).first));
+      if (l.verb == "same") before_[l.rest] = treeAt(expand(firstWord(l.rest).first));
   }
   void run(std::vector<std::string> argv) {
     beforeRun();
@@ -415,7 +394,7 @@ class Player {
       EXPECT_EQ(readFile(resolve(first)), text);
     } else if (v == "same") {
       checkResult();
-      EXPECT_TRUE(snapshot(path) == before_[line.rest]) << path << " changed";
+      EXPECT_TRUE(treeAt(path) == before_[line.rest]) << path << " changed";
     } else if (v == "exists" || v == "absent") {
       checkResult();
       std::error_code ec;
@@ -458,7 +437,7 @@ class Player {
   int runLine_ = 0;
   std::set<std::string> like_;
   ProcessResult expected_{0, 0, "", ""};
-  std::map<std::string, std::map<std::string, std::string>> before_;
+  std::map<std::string, std::optional<Tree>> before_;
 };
 
 class ScenarioTest : public testing::Test {

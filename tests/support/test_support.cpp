@@ -54,15 +54,22 @@ std::vector<char*> pointers(std::vector<std::string>& strings) {
   return out;
 }
 
+// Starts `argv` with stdin from /dev/null and stdout, stderr into the files `out` and `err`.
 pid_t spawn(const std::vector<std::string>& argv,
-            const std::map<std::string, std::optional<std::string>>& env,
-            posix_spawn_file_actions_t* actions) {
+            const std::map<std::string, std::optional<std::string>>& env, const std::string& out,
+            const std::string& err) {
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+  posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
   std::vector<std::string> args = argv;
   std::vector<std::string> envStrings = environmentWith(env);
   auto argp = pointers(args);
   auto envp = pointers(envStrings);
   pid_t pid = -1;
-  const int rc = posix_spawn(&pid, argv.at(0).c_str(), actions, nullptr, argp.data(), envp.data());
+  const int rc = posix_spawn(&pid, argv.at(0).c_str(), &actions, nullptr, argp.data(), envp.data());
+  posix_spawn_file_actions_destroy(&actions);
   if (rc != 0) {
     errno = rc;
     die("posix_spawn " + argv.at(0));
@@ -135,6 +142,25 @@ std::optional<std::string> readFile(const fs::path& file) {
   return buffer.str();
 }
 
+std::optional<Tree> treeAt(const fs::path& path) {
+  std::error_code ec;
+  const auto at = [&ec](const fs::path& p) -> std::string {
+    const fs::file_status s = fs::symlink_status(p, ec);
+    return fs::is_regular_file(s) ? readFile(p).value_or("<unreadable>")
+           : fs::is_symlink(s)    ? "-> " + fs::read_symlink(p, ec).string()
+           : fs::is_directory(s)  ? "/"
+                                  : "<other>";
+  };
+  const fs::file_status s = fs::symlink_status(path, ec);
+  if (!fs::exists(s)) return std::nullopt;
+  if (!fs::is_directory(s)) return Tree{{"", at(path)}};
+  Tree tree;
+  for (auto it = fs::recursive_directory_iterator(path, ec); !ec && it != fs::end(it);
+       it.increment(ec))
+    tree[it->path().lexically_relative(path).string()] = at(it->path());
+  return tree;
+}
+
 void writeSamplePlugin(const fs::path& folder, const std::string& id, const std::string& version,
                        const std::string& name) {
   writeFile(folder / "manifest.json",
@@ -151,36 +177,21 @@ ProcessResult runProcess(const std::vector<std::string>& argv,
   // Files rather than pipes: nothing to drain while the child runs, and no hang when a
   // grandchild keeps the streams open.
   const TempDir streams;
-  const std::string out = (streams / "out").string(), err = (streams / "err").string();
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  const pid_t pid = spawn(argv, env, &actions);
-  posix_spawn_file_actions_destroy(&actions);
-
+  const pid_t pid = spawn(argv, env, streams / "out", streams / "err");
   ProcessResult result;
   int status = 0;
   while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
   }
   if (WIFEXITED(status)) result.exitCode = WEXITSTATUS(status);
   if (WIFSIGNALED(status)) result.signal = WTERMSIG(status);
-  result.out = readFile(out).value_or("");
-  result.err = readFile(err).value_or("");
+  result.out = readFile(streams / "out").value_or("");
+  result.err = readFile(streams / "err").value_or("");
   return result;
 }
 
 pid_t startProcess(const std::vector<std::string>& argv,
                    const std::map<std::string, std::optional<std::string>>& env) {
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
-  const pid_t pid = spawn(argv, env, &actions);
-  posix_spawn_file_actions_destroy(&actions);
-  return pid;
+  return spawn(argv, env, "/dev/null", "/dev/null");
 }
 
 FakeProcess::FakeProcess(const fs::path& folder, const std::string& name) {

@@ -61,6 +61,12 @@ std::optional<std::string> readFile(const std::filesystem::path& file);
 void writeSamplePlugin(const std::filesystem::path& folder, const std::string& id,
                        const std::string& version, const std::string& name = "Sample Plugin");
 
+// What stands at a path: relative names ("" for the path itself when it is no folder) -> a file's
+// bytes, "/" for a folder, "-> target" for a link, "<other>" for anything else.
+using Tree = std::map<std::string, std::string>;
+// Nothing but regular files is opened, so a FIFO is safe. Nullopt when nothing stands there.
+std::optional<Tree> treeAt(const std::filesystem::path& path);
+
 struct ProcessResult {
   int exitCode = -1;  // exit status, or -1 when the child was killed by a signal
   int signal = 0;     // the signal that ended the child, 0 if it exited
