@@ -103,13 +103,5 @@ TEST(FindPhotoshopInstalls, NamesNestingVersionsAndOrder) {
   EXPECT_FALSE(findPhotoshopInstalls({dir / "sys"}, "").back().compatible);
 }
 
-// The command line's tables run with a home folder; without one only /Applications is searched.
-TEST(DefaultPhotoshopSearchRoots, UserFolderOnlyWithAHome) {
-  for (const auto& home : {std::optional<std::string>(), std::optional<std::string>("")}) {
-    const test::ScopedEnv env({{"HOME", home}});
-    EXPECT_EQ(defaultPhotoshopSearchRoots(), std::vector<fs::path>{"/Applications"});
-  }
-}
-
 }  // namespace
 }  // namespace velko::installer

@@ -157,7 +157,6 @@ class Player {
     if (!server_) {
       server_.emplace();
       vars_["list"] = server_->listUrl();
-      vars_["server"] = server_->http.url("");
     }
     return *server_;
   }
@@ -362,8 +361,6 @@ class Player {
       writeFile(path / "models.json", list.text);
       writeFile(path / "models.json.sig", list.signature);
       models_.clear();
-    } else if (v == "closed") {  // {closed}: an address where nothing listens any more
-      vars_["closed"] = HttpTestServer().url("");
     } else if (v == "nginx") {
       nginx_ = std::make_unique<NginxServer>(path);
       vars_["nginx"] = nginx_->url("");
