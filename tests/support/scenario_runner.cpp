@@ -48,19 +48,6 @@ std::vector<std::string> words(std::string text) {
   return out;
 }
 
-// Mounts a small tmpfs for the scenario's lifetime; only root may.
-struct SmallFileSystem {
-  explicit SmallFileSystem(const fs::path& at, const std::string& bytes) : at(at) {
-    fs::create_directories(at);
-    mounted = ::mount("tmpfs", at.c_str(), "tmpfs", 0, ("size=" + bytes).c_str()) == 0;
-  }
-  ~SmallFileSystem() {
-    if (mounted) ::umount2(at.c_str(), MNT_DETACH);
-  }
-  fs::path at;
-  bool mounted = false;
-};
-
 // Places that CMake passes as NAME=PATH arguments, e.g. a helper program of one suite.
 std::map<std::string, std::string> gPlaces;
 
@@ -77,8 +64,12 @@ class Player {
              {"store", (dir_ / "models").string()},
              {"exe", VELKO_INSTALLER_EXE}};
     vars_.insert(gPlaces.begin(), gPlaces.end());
-    exe_ = VELKO_INSTALLER_EXE;
     plugin_export::setMessageLanguage("en");
+  }
+
+  ~Player() {
+    for (const fs::path& at : mounts_)
+      ::umount2(at.c_str(), MNT_DETACH);
   }
 
   void play() {
@@ -132,12 +123,6 @@ class Player {
       }
       i = close;
     }
-    return out;
-  }
-  std::vector<std::string> args(const std::string& rest) const {
-    std::vector<std::string> out = words(rest);
-    for (std::string& w : out)
-      w = expand(w);
     return out;
   }
   // A path whose last part may hold wildcards, which must then match exactly one entry.
@@ -268,7 +253,9 @@ class Player {
 
   void step(const ScenarioLine& line) {
     const std::string& v = line.verb;
-    const std::vector<std::string> a = args(line.rest);
+    std::vector<std::string> a = words(line.rest);
+    for (std::string& word : a)
+      word = expand(word);
     const auto [first, tail] = firstWord(line.rest);
     const fs::path path = expand(first);
     const std::string text = expand(tail);
@@ -319,8 +306,10 @@ class Player {
     } else if (v == "end-processes") {
       processes_.clear();
     } else if (v == "tmpfs") {
-      mounts_.push_back(std::make_unique<SmallFileSystem>(a.at(0), a.at(1)));
-      ASSERT_TRUE(mounts_.back()->mounted) << std::strerror(errno);
+      fs::create_directories(path);  // a small file system for the scenario; only root may mount
+      ASSERT_EQ(::mount("tmpfs", path.c_str(), "tmpfs", 0, ("size=" + a.at(1)).c_str()), 0)
+          << std::strerror(errno);
+      mounts_.push_back(path);
     } else if (v == "fill") {
       const int fd = ::open((path / "filler").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
       ASSERT_GE(fd, 0) << std::strerror(errno);
@@ -374,9 +363,8 @@ class Player {
       call(a);
     } else if (v == "start") {  // a run in the background, ended by `finish`
       beforeRun();
-      std::vector<std::string> argv = a;
-      argv.insert(argv.begin(), exe_);
-      background_ = startProcess(argv, env_);
+      a.insert(a.begin(), exe_);
+      background_ = startProcess(a, env_);
     } else if (v == "await") {
       for (int i = 0; i < 3000 && ranges(path).empty(); ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
@@ -419,7 +407,7 @@ class Player {
   TempDir dir_;
   IsolatedHome home_{dir_.path()};
   std::map<std::string, std::string> vars_;
-  std::string exe_;
+  std::string exe_ = VELKO_INSTALLER_EXE;
   std::map<std::string, std::optional<std::string>> env_;
   bool limited_ = false;
   std::optional<ModelServer> server_;
@@ -428,7 +416,7 @@ class Player {
   std::map<std::string, std::string> served_;
   std::unique_ptr<NginxServer> nginx_;
   std::vector<std::unique_ptr<FakeProcess>> processes_;
-  std::vector<std::unique_ptr<SmallFileSystem>> mounts_;
+  std::vector<fs::path> mounts_;
   pid_t background_ = -1;
   std::optional<ProcessResult> result_;
   int runLine_ = 0;
